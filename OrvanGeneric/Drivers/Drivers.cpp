@@ -13,6 +13,8 @@
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/Drivers/GenericPCA9555.h"
 #include "OrvanGeneric/Drivers/GenericSmbusMux.h"
+#include "OrvanGeneric/Drivers/Mirelund/MireLedCPLD.h"
+#include "OrvanGeneric/Drivers/MultiSlot.h"
 #include "OrvanGeneric/Drivers/SmbusProxyDriver.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/Topology.h"
@@ -25,7 +27,9 @@ std::map<std::string, DriverFactory> drivers = {
     { "SmbusProxyDriver", SmbusProxyDriver::create },
     { "GenericSmbusMux", GenericSmbusMux::create },
     { "PCA9548", GenericSmbusMux::create },
+    { "MultiSlot", MultiSlot::create },
     { "GenericPCA9555", GenericPCA9555::create },
+    { "MireCLedCPLD", MireCLedCPLD::create },
 };
 
 namespace {
