@@ -340,9 +340,9 @@ TEST( InsertDriverArg, WritesPureAscii ) {
 }
 
 TEST( InsertDriverArg, EscapesWhatJsonEscapes ) {
-    EXPECT_EQ( inserted( R"({"driverArgs":{"z":"a\u0000b"}})", "a\"\\/", "\b\f\n\r\t\x01\x7F" ),
+    EXPECT_EQ( inserted( R"({"driverArgs":{"z":"a\u0000b"}})", "a\"\\/", "\b\f\n\r\t\x01" ),
                "{\"driverArgs\":{\"z\":\"a\\u0000b\","
-               "\"a\\\"\\\\/\":\"\\b\\f\\n\\r\\t\\u0001\x7F\"}}" );
+               "\"a\\\"\\\\/\":\"\\b\\f\\n\\r\\t\\u0001\"}}" );
 }
 
 TEST( InsertDriverArg, CopiesNameAndValue ) {
