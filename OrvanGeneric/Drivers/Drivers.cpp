@@ -121,7 +121,12 @@ bool insertDriverArg( const char *text, char **out, const char *name, const char
     rapidjson::StringBuffer buffer;
     rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::ASCII<>> writer(
         buffer );
-    document.Accept( writer );
+    // Parsing lets any bytes and half a surrogate pair through; neither has an escape.
+    if ( !document.Accept( writer ) ) {
+        TRACE( 0, "failed to write psu devArgs: %s",
+               rapidjson::GetParseError_En( rapidjson::kParseErrorStringInvalidEncoding ) );
+        return false;
+    }
     *out = strdup( buffer.GetString() );
     return true;
 }
