@@ -3,16 +3,21 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <stdexcept>
+#include <type_traits>
 
 /**
- * The slot of a virtual operation in its class's virtual table, counted from 0; a virtual
- * destructor takes two. In the Itanium C++ ABI a pointer to a virtual member function holds the
- * operation's offset in the table plus 1.
+ * The place of a virtual operation in its class's table, from 0. A virtual destructor takes two.
+ *
+ * Relies on the Itanium C++ ABI: the first word of a pointer to a virtual member function is one
+ * more than the operation's offset in the table, in bytes.
  */
-template <class F>
-size_t virtualSlot( F f ) {
+template <class Function>
+size_t virtualSlot( Function function ) {
+    static_assert( std::is_member_function_pointer_v<Function> );
     uintptr_t word;
-    static_assert( sizeof( f ) >= sizeof( word ) );
-    std::memcpy( &word, &f, sizeof( word ) );
+    std::memcpy( &word, &function, sizeof( word ) );
+    if ( word % 2 == 0 )
+        throw std::logic_error( "virtualSlot: not a virtual operation" );
     return ( word - 1 ) / sizeof( void * );
 }
