@@ -12,7 +12,7 @@ typedef struct pl_psu pl_psu;
 
 /** Callbacks of a supply. Outputs are set on PL_STATUS_OK only, unless the driver says otherwise. */
 typedef struct pl_psu_ops {
-    uint32_t size; /**< of this table, in bytes */
+    uint32_t size;                          /**< of this table, in bytes */
     pl_status ( *reserved )( pl_psu *psu ); /**< empty */
     /** 1: the output is good; 0: off. PL_STATUS_FAULT: input is there, but the output is bad. */
     pl_status ( *get_power_ok )( pl_psu *psu, int *ok );

@@ -20,7 +20,8 @@ typedef struct pl_system_ops {
     pl_status ( *poweroff )( pl_system *system );
     pl_status ( *powercycle )( pl_system *system );
     /** PL_STATUS_UNSUPPORTED: the board keeps no cause; nothing is written. */
-    pl_status ( *get_reload_cause )( pl_system *system, char *cause, long *time, char *description );
+    pl_status ( *get_reload_cause )( pl_system *system, char *cause, long *time,
+                                     char *description );
     pl_status ( *reserved )( pl_system *system ); /**< empty */
 } pl_system_ops;
 

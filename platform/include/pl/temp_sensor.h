@@ -12,7 +12,7 @@ typedef struct pl_temp_sensor pl_temp_sensor;
 
 /** Callbacks of a temperature sensor. */
 typedef struct pl_temp_sensor_ops {
-    uint32_t size; /**< of this table, in bytes */
+    uint32_t size;                                     /**< of this table, in bytes */
     pl_status ( *reserved )( pl_temp_sensor *sensor ); /**< empty */
     /** Reads the temperature in degrees Celsius; @p celsius is set on PL_STATUS_OK only. */
     pl_status ( *get_temperature )( pl_temp_sensor *sensor, float *celsius );

@@ -1,0 +1,40 @@
+#include "OrvanGeneric/Components/Led.h"
+
+#include <cassert>
+
+#include "OrvanGeneric/Components/HardwareDevice.h"
+#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/HostServices.h"
+
+namespace Component::LogicalDevice {
+
+const pl_led_ops Led::ops_ = { sizeof( pl_led_ops ), setLightSettingCallback };
+
+pl_status Led::setLightSettingCallback( pl_led *led, pl_led_status status ) {
+    TRACE( 4, "%s(%p, %d)", "setLightSettingCallback", static_cast<void *>( led ), status );
+    return static_cast<Led *>( led->priv )->setLightSetting( status );
+}
+
+// An LED that never blinks leaves the list.
+bool Led::handleBlinkTimer( bool ) {
+    return false;
+}
+
+} // namespace Component::LogicalDevice
+
+extern "C" pl_led *pl_led_add( const char *description ) {
+    Drivers::DriverArgs args;
+    Component::DeviceBase *device = Component::DeviceBase::create( description, args );
+    if ( !device ) {
+        TRACE( 0, "DeviceBase::create() failed" );
+        return nullptr;
+    }
+    Component::LogicalDevice::Led *led = device->newLed( args );
+    if ( !led ) {
+        TRACE( 0, "newLed() failed" );
+        return nullptr;
+    }
+    if ( led->blinks() )
+        Component::LogicalDevice::Led::createBlinkTimer();
+    return led->record();
+}

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <list>
+
+#include <pl/led.h>
+
+namespace Component::LogicalDevice {
+
+/**
+ * An LED.
+ *
+ * LEDs that blink own no timers. One host timer serves them all: it tells every LED on the
+ * notification list which phase to show, until the LED leaves the list.
+ */
+class Led {
+  public:
+    /** @param blinks  whether the LED may ever blink, so that the timer must exist for it */
+    explicit Led( bool blinks = false ) : record_{ 0, &ops_, this }, blinks_( blinks ) {}
+    virtual ~Led() = default;
+    Led( const Led & ) = delete;
+    Led &operator=( const Led & ) = delete;
+
+    /**
+     * Shows a phase of the blinking.
+     * @return true to stay on the notification list, false to leave it
+     */
+    virtual bool handleBlinkTimer( bool phase );
+    /** Shows @p status. @return PL_STATUS_INVALID for what the LED cannot show */
+    virtual pl_status setLightSetting( pl_led_status status ) = 0;
+
+    /** What the host gets. */
+    pl_led *record() { return &record_; }
+    bool blinks() const { return blinks_; }
+
+    /** The name of @p status; aborts on a value that is none. */
+    static const char *getLedStatusString( pl_led_status status );
+    /** Makes the blink timer unless there is one. */
+    static void createBlinkTimer();
+    /** Puts @p led on the notification list, a further time if it is on it; the timer must exist. */
+    static void notifyOnBlink( Led *led );
+    /** Takes every entry of @p led off the notification list. */
+    static void stopBlinkNotification( Led *led );
+    /** The host's callback of the blink timer; @p context is not used. */
+    static void handleBlinkTimerCallback( void *context );
+
+    static pl_status setLightSettingCallback( pl_led *led, pl_led_status status );
+    static const pl_led_ops ops_;
+
+    static uint32_t blinkTimer_;         ///< the host's timer, 0 until made
+    static uint32_t blinkPeriod_;        ///< milliseconds
+    static bool blinkStatus_;            ///< the phase that the next tick shows
+    static std::list<Led *> notifyList_; ///< in the order added; not owned
+
+  private:
+    pl_led record_;
+    bool blinks_;
+};
+
+} // namespace Component::LogicalDevice

@@ -1,0 +1,64 @@
+#include "OrvanGeneric/Components/Led.h"
+
+#include <cassert>
+
+#include "OrvanGeneric/HostServices.h"
+
+namespace Component::LogicalDevice {
+
+uint32_t Led::blinkTimer_ = 0;
+uint32_t Led::blinkPeriod_ = 1000;
+bool Led::blinkStatus_ = false;
+std::list<Led *> Led::notifyList_;
+
+const char *Led::getLedStatusString( pl_led_status status ) {
+    static const char *const strs[] = {
+        "Off", "Good", "Warning", "Bad", "Inactive", "Unknown", "Beacon",
+    };
+    // clang-format off
+    assert( ( unsigned )status < sizeof ( strs ) / sizeof ( *strs ) );
+    // clang-format on
+    return strs[ status ];
+}
+
+void Led::createBlinkTimer() {
+    if ( blinkTimer_ )
+        return;
+    TRACE( 0, "creating unique led blink timer" );
+    blinkTimer_ = Host::timerAdd( handleBlinkTimerCallback, nullptr );
+    if ( !blinkTimer_ )
+        TRACE( 0, "failed to create blink timer" );
+    assert( blinkTimer_ );
+}
+
+void Led::notifyOnBlink( Led *led ) {
+    TRACE( 4, "%s() adding led to blink notification list", "notifyOnBlink" );
+    assert( blinkTimer_ );
+    notifyList_.push_back( led );
+    if ( notifyList_.size() == 1 )
+        Host::timerSet( blinkTimer_, blinkPeriod_ );
+}
+
+void Led::stopBlinkNotification( Led *led ) {
+    notifyList_.remove( led );
+}
+
+void Led::handleBlinkTimerCallback( void * ) {
+    TRACE( 4, "%s() led blink timer hit notifying %zu leds", "handleBlinkTimerCallback",
+           notifyList_.size() );
+    for ( auto it = notifyList_.begin(); it != notifyList_.end(); ) {
+        if ( ( *it )->handleBlinkTimer( blinkStatus_ ) ) {
+            ++it;
+            continue;
+        }
+        it = notifyList_.erase( it );
+        // The LED behind a removed one sits this tick out; its turn comes with the next.
+        if ( it != notifyList_.end() )
+            ++it;
+    }
+    if ( !notifyList_.empty() )
+        Host::timerSet( blinkTimer_, blinkPeriod_ );
+    blinkStatus_ = !blinkStatus_;
+}
+
+} // namespace Component::LogicalDevice

@@ -1,0 +1,43 @@
+#include "OrvanGeneric/Components/TempSensor.h"
+
+#include "OrvanGeneric/Components/HardwareDevice.h"
+#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/HostServices.h"
+
+namespace Component::LogicalDevice {
+
+const pl_temp_sensor_ops TempSensor::ops_ = { sizeof( pl_temp_sensor_ops ), nullptr,
+                                              getTemperatureCallback };
+
+pl_status TempSensor::alertThresholdIs( float celsius ) {
+    alertThreshold_ = celsius;
+    return PL_STATUS_OK;
+}
+
+pl_status TempSensor::criticalThresholdIs( float celsius ) {
+    criticalThreshold_ = celsius;
+    return PL_STATUS_OK;
+}
+
+pl_status TempSensor::getTemperatureCallback( pl_temp_sensor *sensor, float *celsius ) {
+    TRACE( 4, "%s(%p)", "getTemperatureCallback", static_cast<void *>( sensor ) );
+    return static_cast<TempSensor *>( sensor->priv )->getTemperature( celsius );
+}
+
+} // namespace Component::LogicalDevice
+
+extern "C" pl_temp_sensor *pl_temp_sensor_add( const char *description, float alert,
+                                               float critical ) {
+    Drivers::DriverArgs args;
+    Component::DeviceBase *device = Component::DeviceBase::create( description, args );
+    if ( !device )
+        return nullptr;
+    Component::LogicalDevice::TempSensor *sensor = device->newTempSensor( args );
+    if ( !sensor )
+        return nullptr;
+    TRACE( 0, "setting alert threshold" );
+    sensor->alertThresholdIs( alert );
+    TRACE( 0, "setting critical threshold" );
+    sensor->criticalThresholdIs( critical );
+    return sensor->record();
+}

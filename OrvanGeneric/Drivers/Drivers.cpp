@@ -1,0 +1,145 @@
+#include "OrvanGeneric/Drivers/Drivers.h"
+
+#include <cassert>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+
+#include <rapidjson/document.h>
+#include <rapidjson/error/en.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include "OrvanGeneric/Drivers/Dummy.h"
+#include "OrvanGeneric/Drivers/GenericPCA9555.h"
+#include "OrvanGeneric/Drivers/GenericSmbusMux.h"
+#include "OrvanGeneric/Drivers/SmbusProxyDriver.h"
+#include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/Topology.h"
+
+namespace Drivers {
+
+std::map<std::string, DriverFactory> drivers = {
+    { "Dummy", Dummy::create },
+    { "GpioDriver", Dummy::create },
+    { "SmbusProxyDriver", SmbusProxyDriver::create },
+    { "GenericSmbusMux", GenericSmbusMux::create },
+    { "PCA9548", GenericSmbusMux::create },
+    { "GenericPCA9555", GenericPCA9555::create },
+};
+
+namespace {
+
+/** An argument's value as text. Integers beyond 32 bits are neither numbers nor floats here. */
+std::string argText( const rapidjson::Value &value ) {
+    if ( value.IsInt() )
+        return std::to_string( value.GetInt() );
+    if ( value.IsUint() )
+        return std::to_string( value.GetUint() );
+    if ( value.IsString() )
+        return std::string( value.GetString(), value.GetStringLength() );
+    if ( value.IsDouble() ) {
+        char text[ 32 ];
+        constexpr int significantDigits = 6;
+        const auto end = std::to_chars( text, text + sizeof( text ), value.GetDouble(),
+                                        std::chars_format::general, significantDigits );
+        return std::string( text, end.ptr );
+    }
+    if ( value.IsFalse() )
+        return "false";
+    if ( value.IsTrue() )
+        return "true";
+    return std::string();
+}
+
+} // namespace
+
+bool DriverArgs::parseJSON( const char *text ) {
+    rapidjson::Document json;
+    json.Parse( text );
+    if ( json.HasParseError() ) {
+        TRACE( 0, "failed to load device from json: %s offset %zd",
+               rapidjson::GetParseError_En( json.GetParseError() ),
+               static_cast<ssize_t>( json.GetErrorOffset() ) );
+        return false;
+    }
+    jsonText = text;
+    parseJSON( static_cast<const rapidjson::Value &>( json ) );
+    return true;
+}
+
+void DriverArgs::parseJSON( const rapidjson::Value &json ) {
+    // clang-format off
+    assert( json.IsObject() );
+    assert( json.HasMember( "did" ) );
+    assert( json.HasMember( "driver" ) );
+    // clang-format on
+    driver = json[ "driver" ].GetString();
+    const auto multi = json.FindMember( "isMultiDevice" );
+    isMultiDevice = multi != json.MemberEnd() && multi->value.GetBool();
+    if ( isMultiDevice ) {
+        assert( json.HasMember( "multiDeviceArgs" ) );
+        for ( const auto &member : json[ "multiDeviceArgs" ].GetObject() )
+            multiDeviceArgs[ member.name.GetString() ] = member.value.GetString();
+    }
+    assert( json.HasMember( "address" ) );
+    Topology::fillAddressFromJSON( json[ "address" ], address );
+    const auto wantsHam = json.FindMember( "provideHam" );
+    provideHam = wantsHam == json.MemberEnd() || wantsHam->value.GetUint() != 0;
+    const auto component = json.FindMember( "uid" );
+    uid = component == json.MemberEnd() ? noComponent : component->value.GetUint();
+    did = json[ "did" ].GetUint();
+    const auto arguments = json.FindMember( "driverArgs" );
+    if ( arguments != json.MemberEnd() )
+        for ( const auto &member : arguments->value.GetObject() )
+            driverArgs[ member.name.GetString() ] = argText( member.value );
+}
+
+std::shared_ptr<DriverArgs> DriverArgs::fromJSON( const rapidjson::Value &json ) {
+    auto args = std::make_shared<DriverArgs>();
+    args->parseJSON( json );
+    return args;
+}
+
+bool insertDriverArg( const char *text, char **out, const char *name, const char *value ) {
+    rapidjson::Document document;
+    document.Parse( text );
+    if ( document.HasParseError() ) {
+        TRACE( 0, "failed to parse psu devArgs: %s offset %zd",
+               rapidjson::GetParseError_En( document.GetParseError() ),
+               static_cast<ssize_t>( document.GetErrorOffset() ) );
+        return false;
+    }
+    assert( document.HasMember( "driverArgs" ) );
+    auto &allocator = document.GetAllocator();
+    document[ "driverArgs" ].AddMember( rapidjson::Value( name, allocator ),
+                                        rapidjson::Value( value, allocator ), allocator );
+    rapidjson::StringBuffer buffer;
+    rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::ASCII<>> writer(
+        buffer );
+    document.Accept( writer );
+    *out = strdup( buffer.GetString() );
+    return true;
+}
+
+const std::string &requiredArg( const DriverArgs &args, const char *name ) {
+    const auto it = args.driverArgs.find( name );
+    assert( it != args.driverArgs.end() );
+    return it->second;
+}
+
+int requiredIntArg( const DriverArgs &args, const char *name ) {
+    return std::stoi( requiredArg( args, name ) );
+}
+
+int intArg( const DriverArgs &args, const char *name, int defaultValue ) {
+    const auto it = args.driverArgs.find( name );
+    return it == args.driverArgs.end() ? defaultValue : std::stoi( it->second );
+}
+
+bool flagArg( const DriverArgs &args, const char *name, bool defaultValue ) {
+    const auto it = args.driverArgs.find( name );
+    return it == args.driverArgs.end() ? defaultValue : it->second == "true";
+}
+
+} // namespace Drivers

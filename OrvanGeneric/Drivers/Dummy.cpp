@@ -1,0 +1,9 @@
+#include "OrvanGeneric/Drivers/Dummy.h"
+
+namespace Drivers {
+
+Component::HardwareDevice *Dummy::create( const DriverArgs &, Ham::Ham * ) {
+    return new Dummy();
+}
+
+} // namespace Drivers

@@ -1,0 +1,279 @@
+#include "OrvanGeneric/Topology.h"
+
+#include <cassert>
+#include <new>
+
+#include <rapidjson/document.h>
+#include <rapidjson/error/en.h>
+
+#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/HostServices.h"
+
+namespace Topology {
+
+Topology *_topology = nullptr;
+std::string _topology_json;
+std::map<std::string, std::shared_ptr<Node>> _topology_index;
+
+namespace {
+
+/** The member called @p name, or a null value where there is none. */
+const rapidjson::Value &memberOrNull( const rapidjson::Value &json, const char *name ) {
+    static const rapidjson::Value null;
+    const auto it = json.FindMember( name );
+    return it == json.MemberEnd() ? null : it->value;
+}
+
+/** Builds every element of @p array, each of which must be an object. */
+template <class Build>
+void forEachObject( const rapidjson::Value &array, Build build ) {
+    for ( auto it = array.Begin(); it != array.End(); ++it ) {
+        assert( it->IsObject() );
+        build( *it );
+    }
+}
+
+/** As forEachObject for an array that may be absent. */
+template <class Build>
+void forEachObjectIn( const rapidjson::Value &json, const char *name, Build build ) {
+    const auto member = json.FindMember( name );
+    if ( member != json.MemberEnd() )
+        forEachObject( member->value, build );
+}
+
+/** Stores an optional address field; bit fields cannot be referred to, hence the setter. */
+template <class Store>
+void readField( const rapidjson::Value &value, const char *name, Store store ) {
+    const auto it = value.FindMember( name );
+    if ( it != value.MemberEnd() )
+        store( it->value.GetUint() );
+}
+
+constexpr uint32_t mask( unsigned bits ) {
+    return ( 1u << bits ) - 1;
+}
+
+} // namespace
+
+void fillAddressFromJSON( const rapidjson::Value &value, HamAddress &addr ) {
+    assert( value.IsObject() );
+    assert( value.HasMember( "address" ) );
+    addr = HamAddress{};
+    addr.addrSize = 1;
+    addr.address = value[ "address" ].GetUint() & mask( 7 );
+    readField( value, "writeDelay", [ & ]( uint32_t v ) { addr.writeDelay = v & mask( 2 ); } );
+    readField( value, "readDelay", [ & ]( uint32_t v ) { addr.readDelay = v & mask( 2 ); } );
+    readField( value, "busTimeout", [ & ]( uint32_t v ) { addr.busTimeout = v & mask( 3 ); } );
+    readField( value, "extraDelay", [ & ]( uint32_t v ) { addr.extraDelay = v & mask( 1 ); } );
+    readField( value, "addrSize", [ & ]( uint32_t v ) { addr.addrSize = v & mask( 2 ); } );
+    // The field holds two bits, so a 4 arrives here as 0 and is refused.
+    assert( addr.addrSize == 1 || addr.addrSize == 2 || addr.addrSize == 4 );
+    readField( value, "accel", [ & ]( uint32_t v ) { addr.accelerator = v & mask( 7 ); } );
+}
+
+void Node::init( const std::shared_ptr<Node> &node, const rapidjson::Value &json ) {
+    const auto label = json.FindMember( "label" );
+    if ( label != json.MemberEnd() )
+        _topology_index[ label->value.GetString() ] = node;
+}
+
+std::shared_ptr<Component> Component::fromJSON( const rapidjson::Value &json ) {
+    assert( json.IsObject() );
+    assert( json.HasMember( "uid" ) );
+    auto component = std::make_shared<Component>();
+    component->uid = json[ "uid" ].GetUint();
+    Node::init( component, json );
+    return component;
+}
+
+std::shared_ptr<Device> Device::fromJSON( const rapidjson::Value &json ) {
+    assert( json.IsObject() );
+    assert( json.HasMember( "did" ) );
+    auto device = std::make_shared<Device>();
+    device->did = json[ "did" ].GetUint();
+    Node::init( device, json );
+    if ( json.HasMember( "driver" ) )
+        device->args = Drivers::DriverArgs::fromJSON( json );
+    forEachObjectIn( json, "components", [ & ]( const rapidjson::Value &component ) {
+        device->components.push_back( Component::fromJSON( component ) );
+    } );
+    return device;
+}
+
+std::shared_ptr<Mux> Mux::fromJSON( const rapidjson::Value &json ) {
+    assert( json.IsObject() );
+    assert( json.HasMember( "did" ) );
+    auto mux = std::make_shared<Mux>();
+    mux->did = json[ "did" ].GetUint();
+    Node::init( mux, json );
+    forEachObjectIn( json, "busses", [ & ]( const rapidjson::Value &element ) {
+        const auto bus = Bus::fromJSON( element );
+        mux->busses[ bus->id ] = bus;
+    } );
+    return mux;
+}
+
+void Bus::init( const std::shared_ptr<Bus> &bus, const rapidjson::Value &json ) {
+    assert( json.IsObject() );
+    assert( json.HasMember( "id" ) );
+    bus->id = json[ "id" ].GetInt();
+    Node::init( bus, json );
+    forEachObjectIn( json, "devices", [ & ]( const rapidjson::Value &device ) {
+        bus->devices.push_back( Device::fromJSON( device ) );
+    } );
+    forEachObjectIn( json, "muxes", [ & ]( const rapidjson::Value &mux ) {
+        bus->muxes.push_back( Mux::fromJSON( mux ) );
+    } );
+}
+
+std::shared_ptr<Bus> Bus::fromJSON( const rapidjson::Value &json ) {
+    auto bus = std::make_shared<Bus>();
+    init( bus, json );
+    return bus;
+}
+
+std::shared_ptr<Accelerator> Accelerator::fromJSON( const rapidjson::Value &json ) {
+    assert( json.IsObject() );
+    assert( json.HasMember( "id" ) );
+    auto accel = std::make_shared<Accelerator>();
+    accel->id = json[ "id" ].GetUint();
+    Node::init( accel, json );
+    const rapidjson::Value &busses = memberOrNull( json, "busses" );
+    assert( busses.IsArray() );
+    forEachObject( busses, [ & ]( const rapidjson::Value &element ) {
+        const auto bus = Bus::fromJSON( element );
+        assert( accel->busses.find( bus->id ) == accel->busses.end() );
+        accel->busses[ bus->id ] = bus;
+    } );
+    return accel;
+}
+
+std::shared_ptr<SCD> SCD::fromJSON( const rapidjson::Value &json ) {
+    assert( json.HasMember( "pci" ) );
+    auto scd = std::make_shared<SCD>();
+    scd->pci = json[ "pci" ].GetUint();
+    Node::init( scd, json );
+    const rapidjson::Value &accels = memberOrNull( json, "accelerators" );
+    assert( accels.IsArray() );
+    forEachObject( accels, [ & ]( const rapidjson::Value &element ) {
+        const auto accel = Accelerator::fromJSON( element );
+        assert( scd->accelerators.find( accel->id ) == scd->accelerators.end() );
+        scd->accelerators[ accel->id ] = accel;
+    } );
+    return scd;
+}
+
+std::shared_ptr<Celestica> Celestica::fromJSON( const rapidjson::Value &json ) {
+    auto cel = std::make_shared<Celestica>();
+    Node::init( cel, json );
+    const rapidjson::Value &accels = memberOrNull( json, "accelerators" );
+    assert( accels.IsArray() );
+    forEachObject( accels, [ & ]( const rapidjson::Value &element ) {
+        const auto accel = Accelerator::fromJSON( element );
+        assert( cel->accelerators.find( accel->id ) == cel->accelerators.end() );
+        cel->accelerators[ accel->id ] = accel;
+    } );
+    return cel;
+}
+
+std::shared_ptr<LinuxFs> LinuxFs::fromJSON( const rapidjson::Value &json ) {
+    auto linuxFs = std::make_shared<LinuxFs>();
+    Node::init( linuxFs, json );
+    forEachObjectIn( json, "devices", [ & ]( const rapidjson::Value &device ) {
+        linuxFs->devices.push_back( Device::fromJSON( device ) );
+    } );
+    return linuxFs;
+}
+
+std::shared_ptr<I2C> I2C::fromJSON( const rapidjson::Value &json ) {
+    auto i2c = std::make_shared<I2C>();
+    const auto simulated = json.FindMember( "simulated" );
+    if ( simulated != json.MemberEnd() )
+        i2c->simulated = simulated->value.GetBool();
+    Bus::init( i2c, json );
+    return i2c;
+}
+
+std::shared_ptr<IOPort> IOPort::fromJSON( const rapidjson::Value &json ) {
+    auto ioPort = std::make_shared<IOPort>();
+    Bus::init( ioPort, json );
+    return ioPort;
+}
+
+std::shared_ptr<PLM> PLM::fromJSON( const rapidjson::Value &json ) {
+    auto plm = std::make_shared<PLM>();
+    Bus::init( plm, json );
+    return plm;
+}
+
+std::shared_ptr<SccSpi> SccSpi::fromJSON( const rapidjson::Value &json ) {
+    auto sccSpi = std::make_shared<SccSpi>();
+    Bus::init( sccSpi, json );
+    return sccSpi;
+}
+
+static std::shared_ptr<MediumNode> mediumFromJSON( const rapidjson::Value &json ) {
+    const std::string type = json[ "type" ].GetString();
+    if ( type == "SCD" )
+        return SCD::fromJSON( json );
+    if ( type == "I2C" )
+        return I2C::fromJSON( json );
+    if ( type == "IOPort" )
+        return IOPort::fromJSON( json );
+    if ( type == "Celestica" )
+        return Celestica::fromJSON( json );
+    if ( type == "PLM" )
+        return PLM::fromJSON( json );
+    if ( type == "SccSpi" )
+        return SccSpi::fromJSON( json );
+    if ( type == "LinuxFs" )
+        return LinuxFs::fromJSON( json );
+    assert( false && "Unknown type" );
+}
+
+Topology *Topology::fromJSON( const rapidjson::Document &json ) try {
+    auto topology = std::make_unique<Topology>();
+    assert( json.IsArray() );
+    for ( auto it = json.Begin(); it != json.End(); ++it ) {
+        assert( it->IsObject() );
+        assert( it->HasMember( "type" ) );
+        assert( it->HasMember( "ham" ) );
+        const auto medium = mediumFromJSON( *it );
+        medium->ham = ( *it )[ "ham" ].GetString();
+        topology->media.push_back( medium );
+    }
+    return topology.release();
+} catch ( const std::bad_alloc & ) {
+    return nullptr;
+}
+
+pl_status loadTopology( const char *json ) {
+    if ( _topology && _topology_json == json ) {
+        TRACE( 2, "topology is the same as the previously loaded one (using it)" );
+        return PL_STATUS_OK;
+    }
+    TRACE( 2, "loading topology json" );
+    rapidjson::Document document;
+    document.Parse( json );
+    if ( document.HasParseError() ) {
+        TRACE( 2, "failed to load topology from json: %s offset %zd",
+               rapidjson::GetParseError_En( document.GetParseError() ),
+               static_cast<ssize_t>( document.GetErrorOffset() ) );
+        return PL_STATUS_INVALID;
+    }
+    if ( _topology ) {
+        delete _topology;
+        _topology = nullptr;
+    }
+    // Also what a failed build may have left.
+    _topology_index.clear();
+    _topology = Topology::fromJSON( document );
+    if ( !_topology ) {
+        TRACE( 2, "failed to create topology tree" );
+        return PL_STATUS_FAILED;
+    }
+    _topology_json = json;
+    return PL_STATUS_OK;
+}
+
+} // namespace Topology

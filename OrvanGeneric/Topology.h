@@ -1,0 +1,187 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <pl/types.h>
+#include <rapidjson/fwd.h>
+
+#include "OrvanGeneric/HamAddress.h"
+
+namespace Drivers {
+struct DriverArgs;
+}
+
+/**
+ * The board's management hardware as a tree: media, accelerators, buses, muxes, devices, components.
+ *
+ * The tree is built from one JSON text (see loadTopology) and then only read. A parent shares its
+ * children; nothing points back up. Malformed JSON structure is a programming error of whoever made
+ * the text and aborts the process with the broken condition.
+ */
+namespace Topology {
+
+class TopologyVisitor;
+
+/** Any node of the tree. Nodes with a "label" are found by it (TopologyVisitor.h). */
+struct Node {
+    virtual ~Node() = default;
+    /**
+     * Walks the children in order, then visits this node.
+     * @return false to stop the walk of this node's siblings. A child's false ends the walk of the
+     *         children, but this node is still visited.
+     */
+    virtual bool accept( TopologyVisitor *visitor ) const = 0;
+
+  protected:
+    /** Enters @p node in the label index if @p json has a "label"; the last of a name wins. */
+    static void init( const std::shared_ptr<Node> &node, const rapidjson::Value &json );
+};
+
+/** A part of a device that has an identity of its own. */
+struct Component : Node {
+    uint32_t uid = 0;
+
+    bool accept( TopologyVisitor *visitor ) const override;
+    static std::shared_ptr<Component> fromJSON( const rapidjson::Value &json );
+};
+
+/** A chip. */
+struct Device : Node {
+    uint32_t did = 0;
+    /** Its driver arguments where it is declared inline with a "driver", else empty. */
+    std::shared_ptr<Drivers::DriverArgs> args;
+    std::vector<std::shared_ptr<Component>> components;
+
+    bool accept( TopologyVisitor *visitor ) const override;
+    static std::shared_ptr<Device> fromJSON( const rapidjson::Value &json );
+};
+
+struct Bus;
+
+/** A multiplexer that splits a bus. */
+struct Mux : Node {
+    /** Identity of the device that is the mux chip. */
+    uint32_t did = 0;
+    /**
+     * The downstream channels. A bus's id is the byte written to the mux's control register to
+     * open the channel: on a PCA9548 one bit for each channel. A later bus with the same id replaces
+     * an earlier one.
+     */
+    std::map<uint32_t, std::shared_ptr<Bus>> busses;
+
+    bool accept( TopologyVisitor *visitor ) const override;
+    static std::shared_ptr<Mux> fromJSON( const rapidjson::Value &json );
+};
+
+/** An SMBus. */
+struct Bus : virtual Node {
+    int32_t id = 0;
+    std::vector<std::shared_ptr<Device>> devices;
+    std::vector<std::shared_ptr<Mux>> muxes;
+
+    bool accept( TopologyVisitor *visitor ) const override;
+    static std::shared_ptr<Bus> fromJSON( const rapidjson::Value &json );
+
+  protected:
+    static void init( const std::shared_ptr<Bus> &bus, const rapidjson::Value &json );
+};
+
+/** A bus controller behind a medium. */
+struct Accelerator : Node {
+    uint32_t id = 0;
+    std::map<uint32_t, std::shared_ptr<Bus>> busses;
+
+    bool accept( TopologyVisitor *visitor ) const override;
+    static std::shared_ptr<Accelerator> fromJSON( const rapidjson::Value &json );
+};
+
+/** A top-level entry: the way by which everything below it is reached. */
+struct MediumNode : virtual Node {
+    /** Kind of the Ham that serves the devices below. */
+    std::string ham;
+};
+
+/** A PCI controller with SMBus accelerators. */
+struct SCD : MediumNode {
+    uint32_t pci = 0;
+    std::map<uint32_t, std::shared_ptr<Accelerator>> accelerators;
+
+    bool accept( TopologyVisitor *visitor ) const override;
+    static std::shared_ptr<SCD> fromJSON( const rapidjson::Value &json );
+};
+
+/** A controller whose accelerators need no PCI identification. */
+struct Celestica : MediumNode {
+    std::map<uint32_t, std::shared_ptr<Accelerator>> accelerators;
+
+    bool accept( TopologyVisitor *visitor ) const override;
+    static std::shared_ptr<Celestica> fromJSON( const rapidjson::Value &json );
+};
+
+/** Devices that the Linux file system shows; no bus. */
+struct LinuxFs : MediumNode {
+    std::vector<std::shared_ptr<Device>> devices;
+
+    bool accept( TopologyVisitor *visitor ) const override;
+    static std::shared_ptr<LinuxFs> fromJSON( const rapidjson::Value &json );
+};
+
+/** A plain I2C bus of the CPU: medium and bus at once, as are the three below. */
+struct I2C : MediumNode, Bus {
+    bool simulated = false;
+
+    bool accept( TopologyVisitor *visitor ) const override;
+    static std::shared_ptr<I2C> fromJSON( const rapidjson::Value &json );
+};
+
+struct IOPort : MediumNode, Bus {
+    bool accept( TopologyVisitor *visitor ) const override;
+    static std::shared_ptr<IOPort> fromJSON( const rapidjson::Value &json );
+};
+
+struct PLM : MediumNode, Bus {
+    bool accept( TopologyVisitor *visitor ) const override;
+    static std::shared_ptr<PLM> fromJSON( const rapidjson::Value &json );
+};
+
+struct SccSpi : MediumNode, Bus {
+    bool accept( TopologyVisitor *visitor ) const override;
+    static std::shared_ptr<SccSpi> fromJSON( const rapidjson::Value &json );
+};
+
+/** The whole board. */
+struct Topology : Node {
+    std::vector<std::shared_ptr<MediumNode>> media;
+
+    bool accept( TopologyVisitor *visitor ) const override;
+    /** Builds a tree from a parsed document; the caller owns it. Null when memory runs out. */
+    static Topology *fromJSON( const rapidjson::Document &json );
+};
+
+/** The current tree; null before the first successful load. Owned by loadTopology. */
+extern Topology *_topology;
+/** The text that the current tree was built from. */
+extern std::string _topology_json;
+/** Every labelled node of the current tree. */
+extern std::map<std::string, std::shared_ptr<Node>> _topology_index;
+
+/**
+ * Makes @p json the current topology. A text equal byte for byte to the current one keeps the tree.
+ * @return PL_STATUS_OK; PL_STATUS_INVALID when the text is not JSON (nothing changes);
+ *         PL_STATUS_FAILED when no tree could be built (there is no tree then)
+ */
+pl_status loadTopology( const char *json );
+
+/**
+ * Reads a device's address object: "address" (required, its low 7 bits count), "writeDelay",
+ * "readDelay", "busTimeout", "extraDelay", "addrSize", "accel", each cut to its field's width.
+ * Register word, bus and flag become 0; "addrSize" is 1 unless given, and only values whose two low
+ * bits are 1 or 2 pass.
+ */
+void fillAddressFromJSON( const rapidjson::Value &value, HamAddress &addr );
+
+} // namespace Topology
