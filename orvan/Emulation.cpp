@@ -5,6 +5,7 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -32,6 +33,15 @@ constexpr std::array endingSignals = { SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGABRT
 volatile pid_t runningService = -1;
 char socketToRemove[ 256 ];
 char folderToRemove[ 256 ];
+
+/** Closes a descriptor at the end of its scope. */
+struct Descriptor {
+    explicit Descriptor( int fd ) : number( fd ) {}
+    ~Descriptor() { ::close( number ); }
+    Descriptor( const Descriptor & ) = delete;
+    Descriptor &operator=( const Descriptor & ) = delete;
+    const int number;
+};
 
 void remember( char ( &to )[ 256 ], const std::string &text ) {
     const std::size_t length = std::min( text.size(), sizeof( to ) - 1 );
@@ -136,8 +146,16 @@ Emulation::Emulation( const EmulationOptions &options ) {
         if ( accepts( socket_ ) ) {
             throw BadInput( fmt::format( "{}: a service listens there already", socket_ ) );
         }
-        start( options );
-        awaitListening( options );
+        int pipe[ 2 ];
+        if ( ::pipe2( pipe, O_CLOEXEC ) != 0 ) {
+            throw BadInput( fmt::format( "cannot make a pipe: {}", std::strerror( errno ) ) );
+        }
+        const Descriptor ready( pipe[ 0 ] );
+        {
+            const Descriptor readyWriter( pipe[ 1 ] );
+            start( options, readyWriter.number );
+        }
+        awaitReady( options, ready.number );
     } catch ( ... ) {
         end();
         throw;
@@ -148,9 +166,11 @@ Emulation::~Emulation() {
     end();
 }
 
-void Emulation::start( const EmulationOptions &options ) {
-    std::vector<std::string> words = { options.service, "--socket", socket_, "--config",
-                                       options.hardware.string() };
+void Emulation::start( const EmulationOptions &options, int ready ) {
+    std::vector<std::string> words = {
+        options.service,           "--socket",    socket_,          "--config",
+        options.hardware.string(), "--log-level", options.logLevel, "--ready-fd",
+        std::to_string( ready ) };
     if ( !options.control.empty() ) {
         words.insert( words.end(), { "--control", options.control } );
     }
@@ -175,6 +195,7 @@ void Emulation::start( const EmulationOptions &options ) {
         }
         // A terminal's Ctrl-C is for orvan alone, which ends the service in its own time.
         ::setpgid( 0, 0 );
+        ::fcntl( ready, F_SETFD, 0 );
         ::execvp( arguments[ 0 ], arguments.data() );
         ::_exit( execFailed );
     }
@@ -182,21 +203,28 @@ void Emulation::start( const EmulationOptions &options ) {
     handleSignals( endOnSignal );
 }
 
-void Emulation::awaitListening( const EmulationOptions &options ) {
+void Emulation::awaitReady( const EmulationOptions &options, int ready ) {
+    pollfd state{ ready, POLLIN, 0 };
     const auto limit = std::chrono::steady_clock::now() + options.startLimit;
-    while ( !accepts( socket_ ) ) {
+    int events = 0;
+    do {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            limit - std::chrono::steady_clock::now() );
+        events = ::poll( &state, 1, static_cast<int>( std::max<long long>( left.count(), 0 ) ) );
+    } while ( events < 0 && errno == EINTR );
+    if ( events == 0 ) {
+        throw BadInput( fmt::format( "{} does not listen on {} after {} ms", options.service,
+                                     socket_, options.startLimit.count() ) );
+    }
+    char line = 0;
+    if ( ::read( ready, &line, 1 ) != 1 ) { // the pipe ended without the line: the service did too
         int status = 0;
-        if ( ::waitpid( pid_, &status, WNOHANG ) == pid_ ) {
-            pid_ = -1;
-            runningService = -1;
-            throw BadInput(
-                fmt::format( "{} {} before it listened", options.service, endText( status ) ) );
-        }
-        if ( std::chrono::steady_clock::now() >= limit ) {
-            throw BadInput( fmt::format( "{} does not listen on {} after {} ms", options.service,
-                                         socket_, options.startLimit.count() ) );
-        }
-        ::poll( nullptr, 0, probeIntervalMs );
+        ::kill( pid_, SIGKILL ); // no effect on one that is ending; its own code stays
+        ::waitpid( pid_, &status, 0 );
+        pid_ = -1;
+        runningService = -1;
+        throw BadInput(
+            fmt::format( "{} {} before it listened", options.service, endText( status ) ) );
     }
 }
 

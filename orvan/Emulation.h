@@ -11,10 +11,11 @@ namespace orvan {
 
 /** What the private service is to be. */
 struct EmulationOptions {
-    std::string service;            /**< the service's program */
-    std::filesystem::path hardware; /**< its configuration: the emulated hardware */
-    std::string socket;             /**< where it listens; empty: in a private folder */
-    std::string control;            /**< its control socket; empty: none */
+    std::string service;              /**< the service's program */
+    std::filesystem::path hardware;   /**< its configuration: the emulated hardware */
+    std::string socket;               /**< where it listens; empty: in a private folder */
+    std::string control;              /**< its control socket; empty: none */
+    std::string logLevel = "warning"; /**< what it logs on standard error */
     std::chrono::milliseconds startLimit{ 10000 };
 };
 
@@ -35,8 +36,8 @@ class Emulation {
     pid_t pid() const { return pid_; }
 
   private:
-    void start( const EmulationOptions &options );
-    void awaitListening( const EmulationOptions &options );
+    void start( const EmulationOptions &options, int ready );
+    void awaitReady( const EmulationOptions &options, int ready );
     void end();
 
     std::string folder_; // private, empty when the socket's path was given

@@ -21,6 +21,7 @@ struct Options {
     std::string service;
     std::string socket;
     std::string control;
+    std::string serviceLog = "warning";
     int traceLevel = -1;
     bool emulate = false;
     bool skipWaits = false;
@@ -45,6 +46,10 @@ void defineOptions( CLI::App &app, Options &options ) {
     app.add_option( "--service", options.service,
                     "With --emulate: the service's program; default: smbusd beside this program" )
         ->needs( "--emulate" );
+    app.add_option( "--service-log", options.serviceLog,
+                    "With --emulate: what the service logs on standard error" )
+        ->needs( "--emulate" )
+        ->check( CLI::IsMember( { "error", "warning", "info", "debug" } ) );
     app.add_option( "--trace", options.traceLevel,
                     "Print the library's traces up to this level (0 to 7) on standard error" )
         ->check( CLI::Range( 0, highestTraceLevel ) );
@@ -71,9 +76,9 @@ ExitCode runOnBoard( const Options &options, const Board &board, Command &comman
     std::optional<Emulation> emulation;
     std::string socket = options.socket;
     if ( options.emulate ) {
-        emulation.emplace(
-            EmulationOptions{ options.service.empty() ? defaultServicePath() : options.service,
-                              board.hardware(), options.socket, options.control } );
+        emulation.emplace( EmulationOptions{
+            options.service.empty() ? defaultServicePath() : options.service, board.hardware(),
+            options.socket, options.control, options.serviceLog } );
         socket = emulation->socket();
     }
     // The library's client reads the variable when the first kind is initialised.

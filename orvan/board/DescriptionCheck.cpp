@@ -19,7 +19,7 @@ constexpr const char *psuExpanderDriver = "MirePsuPCA9555";
 constexpr const char *proxyDriver = "SmbusProxyDriver";
 constexpr const char *anyDriver = "Dummy"; // what a device without a driver name gets
 
-constexpr std::initializer_list<const char *> knownHams = { "OrvanSmbus", "SimHam" };
+constexpr const char *knownHams[] = { "OrvanSmbus", "SimHam" };
 
 std::string argText( const Value &value ) {
     if ( value.IsInt() ) {

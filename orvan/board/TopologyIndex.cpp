@@ -5,7 +5,9 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <set>
+#include <span>
 #include <string_view>
 
 namespace orvan {
@@ -16,15 +18,12 @@ using rapidjson::SizeType;
 using rapidjson::Value;
 
 /** The keys that the library reads, per kind of node; others it passes over. */
-constexpr std::initializer_list<std::string_view> busKeys = { "id", "label", "devices", "muxes",
-                                                              "comment" };
-constexpr std::initializer_list<std::string_view> muxKeys = { "did", "label", "busses", "comment" };
-constexpr std::initializer_list<std::string_view> acceleratorKeys = { "id", "label", "busses",
-                                                                      "comment" };
-constexpr std::initializer_list<std::string_view> mediumKeys = {
-    "type", "ham",       "label",   "pci",   "accelerators",
-    "id",   "simulated", "devices", "muxes", "comment" };
-constexpr std::initializer_list<std::string_view> deviceKeys = {
+constexpr std::string_view busKeys[] = { "id", "label", "devices", "muxes", "comment" };
+constexpr std::string_view muxKeys[] = { "did", "label", "busses", "comment" };
+constexpr std::string_view acceleratorKeys[] = { "id", "label", "busses", "comment" };
+constexpr std::string_view mediumKeys[] = { "type", "ham",       "label",   "pci",   "accelerators",
+                                            "id",   "simulated", "devices", "muxes", "comment" };
+constexpr std::string_view deviceKeys[] = {
     "did",        "label",         "components", "driver",          "address", "uid",
     "driverArgs", "isMultiDevice", "provideHam", "multiDeviceArgs", "name",    "comment" };
 
@@ -64,7 +63,7 @@ struct TopologyIndex::Builder {
     }
 
     void warnOfKeys( const Value &object, const std::string &pointer,
-                     std::initializer_list<std::string_view> known ) {
+                     std::span<const std::string_view> known ) {
         for ( const auto &member : object.GetObject() ) {
             const std::string_view key( member.name.GetString(), member.name.GetStringLength() );
             if ( std::find( known.begin(), known.end(), key ) == known.end() ) {
