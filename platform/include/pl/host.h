@@ -14,9 +14,9 @@ extern "C" {
 #endif
 
 #if defined( __GNUC__ )
-#define PL_PRINTF_LIKE( format, first ) __attribute__( ( __format__( __printf__, format, first ) ) )
+#define PL_PRINTF_LIKE( text, first ) __attribute__( ( __format__( __printf__, text, first ) ) )
 #else
-#define PL_PRINTF_LIKE( format, first )
+#define PL_PRINTF_LIKE( text, first )
 #endif
 
 /**
@@ -44,8 +44,7 @@ void pl_timer_delete( uint32_t timer );
  * Calls @p callback with @p context and the poll(2) events whenever @p fd has any.
  * @return the watcher's handle, 0 when none could be made.
  */
-uint32_t pl_fd_watcher_add( int fd, void ( *callback )( void *context, int events ),
-                            void *context );
+uint32_t pl_fd_watcher_add( int fd, void ( *callback )( void *context, int events ), void *context );
 
 /** Forgets @p watcher. The descriptor stays open. */
 void pl_fd_watcher_delete( uint32_t watcher );
