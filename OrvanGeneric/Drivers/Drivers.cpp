@@ -13,6 +13,7 @@
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/Drivers/GenericPCA9555.h"
 #include "OrvanGeneric/Drivers/GenericSmbusMux.h"
+#include "OrvanGeneric/Drivers/SmbusProxyDriver.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/Topology.h"
 
@@ -21,6 +22,7 @@ namespace Drivers {
 std::map<std::string, DriverFactory> drivers = {
     { "Dummy", Dummy::create },
     { "GpioDriver", Dummy::create },
+    { "SmbusProxyDriver", SmbusProxyDriver::create },
     { "GenericSmbusMux", GenericSmbusMux::create },
     { "PCA9548", GenericSmbusMux::create },
     { "GenericPCA9555", GenericPCA9555::create },
