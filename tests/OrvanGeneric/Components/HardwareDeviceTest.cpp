@@ -89,6 +89,11 @@ class Creation : public testing::Test {
             { "did": 1 }, { "did": 2 } ] } ])" );
         host_.traces.clear();
     }
+    ~Creation() override {
+        for ( const auto &[ did, device ] : DeviceBase::devices )
+            delete device;
+        DeviceBase::devices.clear();
+    }
 
     /** A description of device @p did. */
     static std::string text( const char *driver, int did, const std::string &more = "" ) {

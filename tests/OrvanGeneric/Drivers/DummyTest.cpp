@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <ostream>
 
 #include <gtest/gtest.h>
 
@@ -19,6 +20,10 @@ struct Operation {
     const char *name;
     std::function<void( HardwareDevice &, const DriverArgs & )> call;
 };
+
+void PrintTo( const Operation &operation, std::ostream *out ) {
+    *out << operation.name;
+}
 
 class DummyOperation : public testing::TestWithParam<Operation> {};
 

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <functional>
+#include <ostream>
 #include <set>
 
 #include <gtest/gtest.h>
@@ -62,6 +63,10 @@ struct Operation {
     const char *name;
     std::function<void( HamBase & )> call;
 };
+
+void PrintTo( const Operation &operation, std::ostream *out ) {
+    *out << operation.name;
+}
 
 class HamBaseOperation : public testing::TestWithParam<Operation> {};
 
@@ -432,7 +437,7 @@ TEST_F( HamFromTopology, FailingFactoryIsTracedTwice ) {
 
 TEST_F( HamFromTopology, SimulationReplacesTheKindOfEveryMedium ) {
     setenv( "SIMULATION_VMID", "", 1 );
-    static std::vector<HamBase *> made; // Hams live as long as the process
+    static auto &made = *new std::vector<HamBase *>(); // Hams are never destroyed
     for ( const uint32_t did : { 3, 5, 6 } ) {
         made.push_back( Ham::createHam( device( did ) ) );
         EXPECT_NE( dynamic_cast<Ham::SimHam *>( made.back() ), nullptr ) << did;

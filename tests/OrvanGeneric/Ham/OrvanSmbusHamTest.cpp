@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <functional>
+#include <ostream>
 
 #include "OrvanGeneric/NotImplementedException.h"
 #include "tests/OrvanGeneric/Ham/SmbusHamFixture.h"
@@ -71,6 +72,10 @@ struct Row {
     std::function<void( OrvanSmbusHam & )> add;
     std::string words;
 };
+
+void PrintTo( const Row &row, std::ostream *out ) {
+    *out << row.name;
+}
 
 class SmbusHamRequest : public SmbusHamTest, public testing::WithParamInterface<Row> {};
 

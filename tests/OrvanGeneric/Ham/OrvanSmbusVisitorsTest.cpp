@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <ostream>
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
 #include "OrvanGeneric/Components/Mux.h"
@@ -60,6 +61,10 @@ struct Medium {
     unsigned bus;
     unsigned accelerator;
 };
+
+void PrintTo( const Medium &medium, std::ostream *out ) {
+    *out << medium.name;
+}
 
 class SmbusMedium : public testing::TestWithParam<Medium> {};
 

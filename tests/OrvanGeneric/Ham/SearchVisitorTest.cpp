@@ -1,5 +1,7 @@
 #include "OrvanGeneric/Ham/SearchVisitor.h"
 
+#include <ostream>
+
 #include <gtest/gtest.h>
 
 #include "OrvanGeneric/Drivers/Drivers.h"
@@ -30,10 +32,14 @@ TEST_F( SearchVisitorTest, StartsWithNothingFound ) {
 
 /** A medium, and what the visitor says of it once the device below is found. */
 struct Medium {
-    const char *name;
+    const char *name; ///< of its Ham
     const char *json;
     Traces traces;
 };
+
+void PrintTo( const Medium &medium, std::ostream *out ) {
+    *out << medium.name;
+}
 
 class SearchVisitorMedium : public SearchVisitorTest, public testing::WithParamInterface<Medium> {};
 

@@ -17,7 +17,7 @@ using Log = std::vector<std::string>;
 /** Keeps a Ham, which is never destroyed, where a leak checker sees that it is meant to stay. */
 template <class T>
 T *kept( T *ham ) {
-    static std::vector<T *> hams;
+    static auto &hams = *new std::vector<T *>();
     hams.push_back( ham );
     return ham;
 }
