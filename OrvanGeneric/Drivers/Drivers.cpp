@@ -13,6 +13,8 @@
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/Drivers/GenericPCA9555.h"
 #include "OrvanGeneric/Drivers/GenericSmbusMux.h"
+#include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9555.h"
+#include "OrvanGeneric/Drivers/Mirelund/MirelundPsoc.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/Topology.h"
 
@@ -24,6 +26,8 @@ std::map<std::string, DriverFactory> drivers = {
     { "GenericSmbusMux", GenericSmbusMux::create },
     { "PCA9548", GenericSmbusMux::create },
     { "GenericPCA9555", GenericPCA9555::create },
+    { "MirelundPCA9555", MirelundPCA9555::create },
+    { "MirelundPsoc", MirelundPsoc::create },
 };
 
 namespace {
