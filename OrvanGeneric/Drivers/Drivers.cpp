@@ -15,6 +15,7 @@
 #include "OrvanGeneric/Drivers/GenericSmbusMux.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9555.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirelundPsoc.h"
+#include "OrvanGeneric/Drivers/SmbusProxyDriver.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/Topology.h"
 
@@ -23,6 +24,7 @@ namespace Drivers {
 std::map<std::string, DriverFactory> drivers = {
     { "Dummy", Dummy::create },
     { "GpioDriver", Dummy::create },
+    { "SmbusProxyDriver", SmbusProxyDriver::create },
     { "GenericSmbusMux", GenericSmbusMux::create },
     { "PCA9548", GenericSmbusMux::create },
     { "GenericPCA9555", GenericPCA9555::create },
