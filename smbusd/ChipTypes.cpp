@@ -4,6 +4,7 @@
 #include "smbusd/chips/Eeprom.h"
 #include "smbusd/chips/Pca9548.h"
 #include "smbusd/chips/Pca9555.h"
+#include "smbusd/chips/Psoc.h"
 #include "smbusd/chips/RegisterFile.h"
 
 namespace smbusd {
@@ -18,6 +19,7 @@ const std::vector<ChipType> &chipTypes() {
           &Eeprom::create },
         { "pca9548", {}, &Pca9548::create },
         { "pca9555", { "registers" }, &Pca9555::create },
+        { "psoc", { "fans", "spinUpMs", "stallRpm", "duty", "temperatures" }, &Psoc::create },
         { "registers",
           { "width", "byteOrder", "count", "fill", "registers", "readOnly" },
           &RegisterFile::create },

@@ -15,6 +15,8 @@
 #include "OrvanGeneric/Drivers/GenericSmbusMux.h"
 #include "OrvanGeneric/Drivers/Mirelund/MireLedCPLD.h"
 #include "OrvanGeneric/Drivers/MultiSlot.h"
+#include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9555.h"
+#include "OrvanGeneric/Drivers/Mirelund/MirelundPsoc.h"
 #include "OrvanGeneric/Drivers/SmbusProxyDriver.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/Topology.h"
@@ -30,6 +32,8 @@ std::map<std::string, DriverFactory> drivers = {
     { "MultiSlot", MultiSlot::create },
     { "GenericPCA9555", GenericPCA9555::create },
     { "MireCLedCPLD", MireCLedCPLD::create },
+    { "MirelundPCA9555", MirelundPCA9555::create },
+    { "MirelundPsoc", MirelundPsoc::create },
 };
 
 namespace {
