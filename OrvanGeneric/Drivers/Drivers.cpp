@@ -13,6 +13,9 @@
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/Drivers/GenericPCA9555.h"
 #include "OrvanGeneric/Drivers/GenericSmbusMux.h"
+#include "OrvanGeneric/Drivers/Mirelund/MireSPCA9555.h"
+#include "OrvanGeneric/Drivers/Mirelund/MirelundCPLD.h"
+#include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9698.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/Topology.h"
 
@@ -23,7 +26,12 @@ std::map<std::string, DriverFactory> drivers = {
     { "GpioDriver", Dummy::create },
     { "GenericSmbusMux", GenericSmbusMux::create },
     { "PCA9548", GenericSmbusMux::create },
+    { "MireQCPLD", MirelundQCPLD::create },
     { "GenericPCA9555", GenericPCA9555::create },
+    { "MirelundSFP", MirelundSFP::create },
+    { "MireSPCA9555", MireSQSFP::create },
+    { "MireYQSFP", MireYQSFP::create },
+    { "MireYCPLD", MirelundYCPLD::create },
 };
 
 namespace {
