@@ -1,7 +1,12 @@
 #include "OrvanGeneric/Components/SmbusProxy.h"
 
+#include <cstdio>
+
+#include "OrvanGeneric/Components/HardwareDevice.h"
+#include "OrvanGeneric/Drivers/Drivers.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/NotImplementedException.h"
+#include "OrvanGeneric/TopologyVisitor.h"
 
 namespace Component::LogicalDevice {
 
@@ -98,3 +103,47 @@ pl_status SmbusProxy::blockProcessCallCallback( pl_smbus *smbus, unsigned char c
 }
 
 } // namespace Component::LogicalDevice
+
+namespace {
+
+/** The driver instance for a device of the topology that is labelled "<label><0xaddress>". */
+Component::DeviceBase *createForLabel( const std::string &label, unsigned char address,
+                                       Drivers::DriverArgs &args ) {
+    char suffix[ sizeof( "<0xff>" ) ];
+    std::snprintf( suffix, sizeof( suffix ), "<0x%02x>", address );
+    const Topology::Device *device = Topology::getDeviceByLabel( ( label + suffix ).c_str() );
+    if ( !device || !device->args ) {
+        TRACE( 0, "smbus_add failed: device does not exist in topology" );
+        return nullptr;
+    }
+    // The topology keeps this name: whatever the device was, from now on it is a raw endpoint.
+    device->args->driver = "SmbusProxyDriver";
+    args = *device->args;
+    Component::DeviceBase *proxy = Component::HardwareDevice::create( args, nullptr );
+    if ( !proxy )
+        TRACE( 0, "DeviceBase::create() failed" );
+    return proxy;
+}
+
+} // namespace
+
+extern "C" pl_smbus *pl_smbus_add( const char *device, unsigned char address ) {
+    TRACE( 7, "pl_smbus_add( '%s', %u )", device, address );
+    Drivers::DriverArgs args;
+    Component::DeviceBase *driver;
+    if ( Topology::isDeviceObject( device ) ) {
+        driver = Component::DeviceBase::create( device, args );
+        if ( !driver )
+            TRACE( 0, "DeviceBase::create() failed" );
+    } else {
+        driver = createForLabel( device, address, args );
+    }
+    if ( !driver )
+        return nullptr;
+    Component::LogicalDevice::SmbusProxy *proxy = driver->newSmbusProxy( args );
+    if ( !proxy ) {
+        TRACE( 0, "newSmbusProxy() failed" );
+        return nullptr;
+    }
+    return proxy->record();
+}

@@ -16,6 +16,7 @@
 #include "OrvanGeneric/Drivers/Mirelund/MireSPCA9555.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirelundCPLD.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9698.h"
+#include "OrvanGeneric/Drivers/SmbusProxyDriver.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/Topology.h"
 
@@ -24,6 +25,7 @@ namespace Drivers {
 std::map<std::string, DriverFactory> drivers = {
     { "Dummy", Dummy::create },
     { "GpioDriver", Dummy::create },
+    { "SmbusProxyDriver", SmbusProxyDriver::create },
     { "GenericSmbusMux", GenericSmbusMux::create },
     { "PCA9548", GenericSmbusMux::create },
     { "MireQCPLD", MirelundQCPLD::create },

@@ -14,9 +14,9 @@ extern "C" {
 #endif
 
 #if defined( __GNUC__ )
-#define PL_PRINTF_LIKE( format, first ) __attribute__( ( __format__( __printf__, format, first ) ) )
+#define PL_PRINTF_LIKE( text, first ) __attribute__( ( __format__( __printf__, text, first ) ) )
 #else
-#define PL_PRINTF_LIKE( format, first )
+#define PL_PRINTF_LIKE( text, first )
 #endif
 
 /**

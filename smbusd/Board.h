@@ -1,0 +1,89 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "smbusd/Bus.h"
+#include "smbusd/Chip.h"
+#include "smbusd/Fault.h"
+#include "smbusd/Segment.h"
+#include "smbusd/VirtualBus.h"
+
+namespace smbusd {
+
+/** An input that shows whether a unit is plugged in. */
+struct UnitInput {
+    Chip *chip;
+    std::string input;
+    double plugged;
+    double unplugged;
+};
+
+/**
+ * Something that is plugged in and pulled as one: a supply with its controller and its EEPROM, a
+ * fan tray, a transceiver. Its chips come and go together, and the lines that tell of it follow.
+ */
+struct Unit {
+    std::string name;
+    std::vector<Chip *> chips;
+    std::vector<UnitInput> inputs;
+    bool plugged = true;
+};
+
+/** Everything the configuration describes: buses, the chips on them, units, faults and power. */
+class Board : public PowerControl {
+  public:
+    /** How long a power cycle keeps the board down, unless the configuration says otherwise. */
+    static constexpr Duration defaultPowerCycle = std::chrono::milliseconds( 500 );
+
+    Board( Scheduler &scheduler, Log &log ) : scheduler_( scheduler ), log_( log ) {}
+
+    Scheduler &scheduler() { return scheduler_; }
+    Log &log() { return log_; }
+
+    // Building; the names and keys must be free, which the configuration has checked.
+    VirtualBus &addVirtualBus( std::string name, const BusKey &key );
+    void addBus( std::unique_ptr<Bus> bus );
+    Chip &addChip( std::unique_ptr<Chip> chip );
+    Unit &addUnit( Unit unit );
+    void setPowerCycleTime( Duration time ) { powerCycleTime_ = time; }
+
+    // Looking up: null for what is not there.
+    Bus *findBus( const BusKey &key ) const;
+    Bus *findBus( std::string_view name ) const;
+    Chip *findChip( std::string_view name ) const;
+    Unit *findUnit( std::string_view name );
+    const std::vector<std::unique_ptr<Bus>> &buses() const { return buses_; }
+    const std::vector<std::unique_ptr<Chip>> &chips() const { return chips_; }
+    const std::vector<std::unique_ptr<Unit>> &units() const { return units_; }
+
+    /** Plugs a unit in or pulls it: its chips, and then the lines that tell of it. */
+    void plug( Unit &unit, bool plugged );
+
+    bool powered() const { return powered_; }
+    void powerOff() override;
+    void powerCycle() override;
+    /** Every chip that is plugged in starts with its reset values. */
+    void powerOn();
+
+    FaultTable faults;
+
+  private:
+    void setPowered( bool powered );
+
+    Scheduler &scheduler_;
+    Log &log_;
+    std::vector<std::unique_ptr<Chip>> chips_;
+    std::vector<std::unique_ptr<Bus>> buses_;
+    std::vector<VirtualBus *> virtualBuses_;
+    std::map<BusKey, Bus *> busByKey_;
+    std::vector<std::unique_ptr<Unit>> units_;
+    Duration powerCycleTime_ = defaultPowerCycle;
+    bool powered_ = true;
+    unsigned powerGeneration_ = 0; ///< counts switchings, so that a later one overrules a cycle
+};
+
+} // namespace smbusd

@@ -1,0 +1,41 @@
+#include "smbusd/ChipTypes.h"
+
+#include "smbusd/chips/Pca9548.h"
+#include "smbusd/chips/Pca9555.h"
+#include "smbusd/chips/RegisterFile.h"
+
+namespace smbusd {
+
+namespace {
+
+const std::vector<ChipType> &chipTypes() {
+    static const std::vector<ChipType> types = {
+        { "pca9548", {}, &Pca9548::create },
+        { "pca9555", { "registers" }, &Pca9555::create },
+        { "registers",
+          { "width", "byteOrder", "count", "fill", "registers", "readOnly" },
+          &RegisterFile::create },
+    };
+    return types;
+}
+
+} // namespace
+
+const ChipType *findChipType( std::string_view name ) {
+    for ( const ChipType &type : chipTypes() ) {
+        if ( type.name == name ) {
+            return &type;
+        }
+    }
+    return nullptr;
+}
+
+std::vector<std::string_view> chipTypeNames() {
+    std::vector<std::string_view> names;
+    for ( const ChipType &type : chipTypes() ) {
+        names.push_back( type.name );
+    }
+    return names;
+}
+
+} // namespace smbusd

@@ -1,0 +1,126 @@
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <asio/io_context.hpp>
+#include <asio/signal_set.hpp>
+#include <fmt/format.h>
+
+#include "smbusd/AsioScheduler.h"
+#include "smbusd/HardwareConfig.h"
+#include "smbusd/LinuxBus.h"
+#include "smbusd/Service.h"
+
+namespace {
+
+constexpr int exitBadConfiguration = 2;
+
+struct Options {
+    std::string config;
+    std::string socket = "/run/smbusd.sock";
+    std::string control;
+    std::string mode = "0600";
+    std::string logLevel = "info";
+    size_t maxClients = 256;
+    int readyDescriptor = -1;
+    bool checkOnly = false;
+};
+
+mode_t modeOf( const std::string &text ) {
+    size_t end = 0;
+    const unsigned long mode = std::stoul( text, &end, 8 );
+    if ( end != text.size() || mode > 0777 ) {
+        throw CLI::ValidationError( "--mode", "expected an octal mode such as 0600, not " + text );
+    }
+    return static_cast<mode_t>( mode );
+}
+
+int run( const Options &options ) {
+    using namespace smbusd;
+    Log log( logLevelFromName( options.logLevel ).value() );
+    asio::io_context loop( 1 );
+    AsioScheduler scheduler( loop );
+    Board board( scheduler, log );
+    loadHardware( options.config, board, linuxBusFactory( scheduler, log ) );
+    if ( options.checkOnly ) {
+        fmt::print( "{}: {} buses, {} chips\n", options.config, board.buses().size(),
+                    board.chips().size() );
+        return EXIT_SUCCESS;
+    }
+
+    const InheritedSockets inherited = inheritedSockets();
+    const auto listenOn = [ & ]( int descriptor, const std::string &path ) {
+        return descriptor >= 0 ? std::make_unique<ListenSocket>( descriptor )
+                               : std::make_unique<ListenSocket>( path, modeOf( options.mode ) );
+    };
+    const auto socket = listenOn( inherited.service, options.socket );
+
+    asio::signal_set signals( loop, SIGTERM, SIGINT );
+    signals.async_wait( [ & ]( std::error_code error, int signal ) {
+        if ( !error ) {
+            log.info( "ends on signal {}", signal );
+            loop.stop();
+        }
+    } );
+    Dispatcher dispatcher( board );
+    Service service( loop, *socket, board, dispatcher, options.maxClients );
+    log.info( "listens on {}: {} buses, {} chips", socket->path(), board.buses().size(),
+              board.chips().size() );
+    if ( options.readyDescriptor >= 0 ) {
+        // A byte and the end of the pipe tell whoever started the service that it can be used.
+        if ( ::write( options.readyDescriptor, "\n", 1 ) != 1 ) {
+            log.warning( "nobody waits at the ready descriptor {}", options.readyDescriptor );
+        }
+        ::close( options.readyDescriptor );
+    }
+    loop.run();
+    return EXIT_SUCCESS;
+}
+
+} // namespace
+
+int main( int argc, char **argv ) {
+    Options options;
+    CLI::App app( "SMBus service: carries out its clients' SMBus transactions on kernel adapters "
+                  "and on buses of emulated chips." );
+    app.add_option( "--config", options.config, "hardware.json: buses and emulated chips" )
+        ->required();
+    app.add_option( "--socket", options.socket, "Socket that clients connect to" )
+        ->capture_default_str();
+    app.add_option( "--control", options.control, "Control socket; none unless given" );
+    app.add_option( "--mode", options.mode, "Mode of the socket files, octal" )
+        ->capture_default_str()
+        ->check( []( const std::string &text ) -> std::string {
+            try {
+                modeOf( text );
+                return {};
+            } catch ( const std::exception & ) {
+                return "expected an octal mode such as 0600, not " + text;
+            }
+        } );
+    app.add_option( "--log-level", options.logLevel, "error, warning, info or debug" )
+        ->capture_default_str()
+        ->check( CLI::IsMember( { "error", "warning", "info", "debug" } ) );
+    app.add_option( "--max-clients", options.maxClients, "Clients connected at once" )
+        ->capture_default_str();
+    app.add_option( "--ready-fd", options.readyDescriptor,
+                    "Descriptor that gets a line, and is closed, once the sockets are there" );
+    app.add_flag( "--check", options.checkOnly, "Only check the configuration" );
+    CLI11_PARSE( app, argc, argv );
+
+    // Everything that the service writes to may be gone by then; write() says so as well.
+    std::signal( SIGPIPE, SIG_IGN );
+    try {
+        return run( options );
+    } catch ( const smbusd::ConfigError &error ) {
+        fmt::print( stderr, "smbusd: {}\n", error.what() );
+        return exitBadConfiguration;
+    } catch ( const std::exception &error ) {
+        fmt::print( stderr, "smbusd: {}\n", error.what() );
+        return EXIT_FAILURE;
+    }
+}
