@@ -579,7 +579,7 @@ INSTANTIATE_TEST_SUITE_P(
     Variants, MirelundSfpOnlyCPLDTest,
     testing::Values( Variant{ "MirelundYCPLD", Drivers::MirelundYCPLD::create },
                      Variant{ "MirelundZCPLD", Drivers::MirelundZCPLD::create } ),
-    []( const testing::TestParamInfo<Variant> &info ) { return info.param.name; } );
+    []( const auto &variant ) { return variant.param.name; } );
 
 TEST( MirelundCPLDRegistry, KeysOfTheVariants ) {
     Drivers::DriverArgs args;
