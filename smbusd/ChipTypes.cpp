@@ -1,5 +1,7 @@
 #include "smbusd/ChipTypes.h"
 
+#include "smbusd/chips/CommandDevice.h"
+#include "smbusd/chips/Eeprom.h"
 #include "smbusd/chips/Pca9548.h"
 #include "smbusd/chips/Pca9555.h"
 #include "smbusd/chips/RegisterFile.h"
@@ -10,6 +12,10 @@ namespace {
 
 const std::vector<ChipType> &chipTypes() {
     static const std::vector<ChipType> types = {
+        { "commands", { "pec", "commands" }, &CommandDevice::create },
+        { "eeprom",
+          { "addressing", "size", "pageSize", "writeCycleMs", "image", "data" },
+          &Eeprom::create },
         { "pca9548", {}, &Pca9548::create },
         { "pca9555", { "registers" }, &Pca9555::create },
         { "registers",
