@@ -32,6 +32,8 @@ if( ORVAN_WERROR )
     target_compile_options( orvan_options INTERFACE -Werror )
 endif()
 if( ORVAN_SANITIZE )
+    # Instrumentation hides from the compiler what a mask leaves of a value.
+    target_compile_options( orvan_options INTERFACE -Wno-conversion )
     add_compile_options( -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer )
     add_link_options( -fsanitize=address,undefined )
 endif()
