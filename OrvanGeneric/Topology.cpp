@@ -8,6 +8,7 @@
 
 #include "OrvanGeneric/Drivers/Drivers.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/TopologyMemory.h"
 
 namespace Topology {
 
@@ -17,10 +18,18 @@ std::map<std::string, std::shared_ptr<Node>> _topology_index;
 
 namespace {
 
+/** Looks a member up by a name whose length the compiler knows. */
+template <size_t size>
+rapidjson::Value::ConstMemberIterator find( const rapidjson::Value &json,
+                                            const char ( &name )[ size ] ) {
+    return json.FindMember( rapidjson::Value( rapidjson::StringRef( name, size - 1 ) ) );
+}
+
 /** The member called @p name, or a null value where there is none. */
-const rapidjson::Value &memberOrNull( const rapidjson::Value &json, const char *name ) {
+template <size_t size>
+const rapidjson::Value &memberOrNull( const rapidjson::Value &json, const char ( &name )[ size ] ) {
     static const rapidjson::Value null;
-    const auto it = json.FindMember( name );
+    const auto it = find( json, name );
     return it == json.MemberEnd() ? null : it->value;
 }
 
@@ -33,25 +42,29 @@ void forEachObject( const rapidjson::Value &array, Build build ) {
     }
 }
 
-/** As forEachObject for an array that may be absent. */
-template <class Build>
-void forEachObjectIn( const rapidjson::Value &json, const char *name, Build build ) {
-    const auto member = json.FindMember( name );
-    if ( member != json.MemberEnd() )
-        forEachObject( member->value, build );
+/** Appends a child for every element of the array called @p name, which may be absent. */
+template <size_t size, class Child>
+void appendChildren( const rapidjson::Value &json, const char ( &name )[ size ],
+                     std::vector<std::shared_ptr<Child>> &children ) {
+    const auto member = find( json, name );
+    if ( member == json.MemberEnd() )
+        return;
+    children.reserve( member->value.Size() );
+    forEachObject( member->value, [ & ]( const rapidjson::Value &element ) {
+        children.push_back( Child::fromJSON( element ) );
+    } );
 }
 
 /** Stores an optional address field; bit fields cannot be referred to, hence the setter. */
-template <class Store>
-void readField( const rapidjson::Value &value, const char *name, Store store ) {
-    const auto it = value.FindMember( name );
+template <size_t size, class Store>
+void readField( const rapidjson::Value &value, const char ( &name )[ size ], Store store ) {
+    const auto it = find( value, name );
     if ( it != value.MemberEnd() )
         store( it->value.GetUint() );
 }
 
-constexpr uint32_t mask( unsigned bits ) {
-    return ( 1u << bits ) - 1;
-}
+template <unsigned bits>
+constexpr uint32_t mask = ( 1u << bits ) - 1;
 
 } // namespace
 
@@ -60,19 +73,20 @@ void fillAddressFromJSON( const rapidjson::Value &value, HamAddress &addr ) {
     assert( value.HasMember( "address" ) );
     addr = HamAddress{};
     addr.addrSize = 1;
-    addr.address = value[ "address" ].GetUint() & mask( 7 );
-    readField( value, "writeDelay", [ & ]( uint32_t v ) { addr.writeDelay = v & mask( 2 ); } );
-    readField( value, "readDelay", [ & ]( uint32_t v ) { addr.readDelay = v & mask( 2 ); } );
-    readField( value, "busTimeout", [ & ]( uint32_t v ) { addr.busTimeout = v & mask( 3 ); } );
-    readField( value, "extraDelay", [ & ]( uint32_t v ) { addr.extraDelay = v & mask( 1 ); } );
-    readField( value, "addrSize", [ & ]( uint32_t v ) { addr.addrSize = v & mask( 2 ); } );
+    addr.address = value[ "address" ].GetUint() & mask<7>;
+    readField( value, "writeDelay", [ & ]( uint32_t v ) { addr.writeDelay = v & mask<2>; } );
+    readField( value, "readDelay", [ & ]( uint32_t v ) { addr.readDelay = v & mask<2>; } );
+    readField( value, "busTimeout", [ & ]( uint32_t v ) { addr.busTimeout = v & mask<3>; } );
+    readField( value, "extraDelay", [ & ]( uint32_t v ) { addr.extraDelay = v & mask<1>; } );
+    readField( value, "addrSize", [ & ]( uint32_t v ) { addr.addrSize = v & mask<2>; } );
     // The field holds two bits, so a 4 arrives here as 0 and is refused.
     assert( addr.addrSize == 1 || addr.addrSize == 2 || addr.addrSize == 4 );
-    readField( value, "accel", [ & ]( uint32_t v ) { addr.accelerator = v & mask( 7 ); } );
+    readField( value, "accel", [ & ]( uint32_t v ) { addr.accelerator = v & mask<7>; } );
 }
 
-void Node::init( const std::shared_ptr<Node> &node, const rapidjson::Value &json ) {
-    const auto label = json.FindMember( "label" );
+template <class T>
+void Node::init( const std::shared_ptr<T> &node, const rapidjson::Value &json ) {
+    const auto label = find( json, "label" );
     if ( label != json.MemberEnd() )
         _topology_index[ label->value.GetString() ] = node;
 }
@@ -80,7 +94,7 @@ void Node::init( const std::shared_ptr<Node> &node, const rapidjson::Value &json
 std::shared_ptr<Component> Component::fromJSON( const rapidjson::Value &json ) {
     assert( json.IsObject() );
     assert( json.HasMember( "uid" ) );
-    auto component = std::make_shared<Component>();
+    auto component = makeNode<Component>();
     component->uid = json[ "uid" ].GetUint();
     Node::init( component, json );
     return component;
@@ -89,27 +103,27 @@ std::shared_ptr<Component> Component::fromJSON( const rapidjson::Value &json ) {
 std::shared_ptr<Device> Device::fromJSON( const rapidjson::Value &json ) {
     assert( json.IsObject() );
     assert( json.HasMember( "did" ) );
-    auto device = std::make_shared<Device>();
+    auto device = makeNode<Device>();
     device->did = json[ "did" ].GetUint();
     Node::init( device, json );
-    if ( json.HasMember( "driver" ) )
+    if ( find( json, "driver" ) != json.MemberEnd() )
         device->args = Drivers::DriverArgs::fromJSON( json );
-    forEachObjectIn( json, "components", [ & ]( const rapidjson::Value &component ) {
-        device->components.push_back( Component::fromJSON( component ) );
-    } );
+    appendChildren( json, "components", device->components );
     return device;
 }
 
 std::shared_ptr<Mux> Mux::fromJSON( const rapidjson::Value &json ) {
     assert( json.IsObject() );
     assert( json.HasMember( "did" ) );
-    auto mux = std::make_shared<Mux>();
+    auto mux = makeNode<Mux>();
     mux->did = json[ "did" ].GetUint();
     Node::init( mux, json );
-    forEachObjectIn( json, "busses", [ & ]( const rapidjson::Value &element ) {
-        const auto bus = Bus::fromJSON( element );
-        mux->busses[ bus->id ] = bus;
-    } );
+    const auto busses = find( json, "busses" );
+    if ( busses != json.MemberEnd() )
+        forEachObject( busses->value, [ & ]( const rapidjson::Value &element ) {
+            const auto bus = Bus::fromJSON( element );
+            mux->busses[ bus->id ] = bus;
+        } );
     return mux;
 }
 
@@ -118,16 +132,12 @@ void Bus::init( const std::shared_ptr<Bus> &bus, const rapidjson::Value &json ) 
     assert( json.HasMember( "id" ) );
     bus->id = json[ "id" ].GetInt();
     Node::init( bus, json );
-    forEachObjectIn( json, "devices", [ & ]( const rapidjson::Value &device ) {
-        bus->devices.push_back( Device::fromJSON( device ) );
-    } );
-    forEachObjectIn( json, "muxes", [ & ]( const rapidjson::Value &mux ) {
-        bus->muxes.push_back( Mux::fromJSON( mux ) );
-    } );
+    appendChildren( json, "devices", bus->devices );
+    appendChildren( json, "muxes", bus->muxes );
 }
 
 std::shared_ptr<Bus> Bus::fromJSON( const rapidjson::Value &json ) {
-    auto bus = std::make_shared<Bus>();
+    auto bus = makeNode<Bus>();
     init( bus, json );
     return bus;
 }
@@ -135,7 +145,7 @@ std::shared_ptr<Bus> Bus::fromJSON( const rapidjson::Value &json ) {
 std::shared_ptr<Accelerator> Accelerator::fromJSON( const rapidjson::Value &json ) {
     assert( json.IsObject() );
     assert( json.HasMember( "id" ) );
-    auto accel = std::make_shared<Accelerator>();
+    auto accel = makeNode<Accelerator>();
     accel->id = json[ "id" ].GetUint();
     Node::init( accel, json );
     const rapidjson::Value &busses = memberOrNull( json, "busses" );
@@ -150,7 +160,7 @@ std::shared_ptr<Accelerator> Accelerator::fromJSON( const rapidjson::Value &json
 
 std::shared_ptr<SCD> SCD::fromJSON( const rapidjson::Value &json ) {
     assert( json.HasMember( "pci" ) );
-    auto scd = std::make_shared<SCD>();
+    auto scd = makeNode<SCD>();
     scd->pci = json[ "pci" ].GetUint();
     Node::init( scd, json );
     const rapidjson::Value &accels = memberOrNull( json, "accelerators" );
@@ -164,7 +174,7 @@ std::shared_ptr<SCD> SCD::fromJSON( const rapidjson::Value &json ) {
 }
 
 std::shared_ptr<Celestica> Celestica::fromJSON( const rapidjson::Value &json ) {
-    auto cel = std::make_shared<Celestica>();
+    auto cel = makeNode<Celestica>();
     Node::init( cel, json );
     const rapidjson::Value &accels = memberOrNull( json, "accelerators" );
     assert( accels.IsArray() );
@@ -177,17 +187,15 @@ std::shared_ptr<Celestica> Celestica::fromJSON( const rapidjson::Value &json ) {
 }
 
 std::shared_ptr<LinuxFs> LinuxFs::fromJSON( const rapidjson::Value &json ) {
-    auto linuxFs = std::make_shared<LinuxFs>();
+    auto linuxFs = makeNode<LinuxFs>();
     Node::init( linuxFs, json );
-    forEachObjectIn( json, "devices", [ & ]( const rapidjson::Value &device ) {
-        linuxFs->devices.push_back( Device::fromJSON( device ) );
-    } );
+    appendChildren( json, "devices", linuxFs->devices );
     return linuxFs;
 }
 
 std::shared_ptr<I2C> I2C::fromJSON( const rapidjson::Value &json ) {
-    auto i2c = std::make_shared<I2C>();
-    const auto simulated = json.FindMember( "simulated" );
+    auto i2c = makeNode<I2C>();
+    const auto simulated = find( json, "simulated" );
     if ( simulated != json.MemberEnd() )
         i2c->simulated = simulated->value.GetBool();
     Bus::init( i2c, json );
@@ -195,19 +203,19 @@ std::shared_ptr<I2C> I2C::fromJSON( const rapidjson::Value &json ) {
 }
 
 std::shared_ptr<IOPort> IOPort::fromJSON( const rapidjson::Value &json ) {
-    auto ioPort = std::make_shared<IOPort>();
+    auto ioPort = makeNode<IOPort>();
     Bus::init( ioPort, json );
     return ioPort;
 }
 
 std::shared_ptr<PLM> PLM::fromJSON( const rapidjson::Value &json ) {
-    auto plm = std::make_shared<PLM>();
+    auto plm = makeNode<PLM>();
     Bus::init( plm, json );
     return plm;
 }
 
 std::shared_ptr<SccSpi> SccSpi::fromJSON( const rapidjson::Value &json ) {
-    auto sccSpi = std::make_shared<SccSpi>();
+    auto sccSpi = makeNode<SccSpi>();
     Bus::init( sccSpi, json );
     return sccSpi;
 }
@@ -232,6 +240,7 @@ static std::shared_ptr<MediumNode> mediumFromJSON( const rapidjson::Value &json 
 }
 
 Topology *Topology::fromJSON( const rapidjson::Document &json ) try {
+    const TreeMemoryScope memory;
     auto topology = std::make_unique<Topology>();
     assert( json.IsArray() );
     for ( auto it = json.Begin(); it != json.End(); ++it ) {

@@ -38,7 +38,8 @@ struct Node {
 
   protected:
     /** Enters @p node in the label index if @p json has a "label"; the last of a name wins. */
-    static void init( const std::shared_ptr<Node> &node, const rapidjson::Value &json );
+    template <class T>
+    static void init( const std::shared_ptr<T> &node, const rapidjson::Value &json );
 };
 
 /** A part of a device that has an identity of its own. */

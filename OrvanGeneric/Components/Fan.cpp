@@ -6,6 +6,9 @@
 
 namespace Component::LogicalDevice {
 
+// What the host expects on 32-bit x86.
+static_assert( sizeof( void * ) != 4 || ( sizeof( pl_fan ) == 12 && sizeof( pl_fan_ops ) == 16 ) );
+
 const pl_fan_ops Fan::ops_ = { sizeof( pl_fan_ops ), debugInfoCallback, getRpmCallback,
                                setRpmCallback };
 

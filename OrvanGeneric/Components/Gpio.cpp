@@ -11,6 +11,10 @@
 
 namespace Component::LogicalDevice {
 
+// What the host expects on 32-bit x86.
+static_assert( sizeof( void * ) != 4 ||
+               ( sizeof( pl_gpio ) == 12 && sizeof( pl_gpio_ops ) == 16 ) );
+
 const pl_gpio_ops Gpio::ops_ = { sizeof( pl_gpio_ops ), bitSetCallback, bitClearCallback,
                                  bitReadCallback };
 
@@ -31,7 +35,9 @@ pl_status Gpio::bitReadCallback( pl_gpio *gpio, unsigned int *value ) {
 
 RegGpio::RegGpio( const Drivers::DriverArgs &args, HardwareDevice *device )
     : device_( device ), register_( Drivers::requiredIntArg( args, "register" ) ),
-      bitpos_( Drivers::requiredIntArg( args, "bitpos" ) ) {}
+      bitpos_( Drivers::requiredIntArg( args, "bitpos" ) ) {
+    assert( bitpos_ >= 0 && bitpos_ <= 7 );
+}
 
 pl_status RegGpio::write( bool value ) {
     Ham::Ham *ham = device_->ham();

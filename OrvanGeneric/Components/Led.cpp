@@ -1,12 +1,13 @@
 #include "OrvanGeneric/Components/Led.h"
 
-#include <cassert>
-
 #include "OrvanGeneric/Components/HardwareDevice.h"
 #include "OrvanGeneric/Drivers/Drivers.h"
 #include "OrvanGeneric/HostServices.h"
 
 namespace Component::LogicalDevice {
+
+// What the host expects on 32-bit x86.
+static_assert( sizeof( void * ) != 4 || ( sizeof( pl_led ) == 12 && sizeof( pl_led_ops ) == 8 ) );
 
 const pl_led_ops Led::ops_ = { sizeof( pl_led_ops ), setLightSettingCallback };
 

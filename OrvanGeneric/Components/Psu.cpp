@@ -6,6 +6,9 @@
 
 namespace Component::LogicalDevice {
 
+// What the host expects on 32-bit x86.
+static_assert( sizeof( void * ) != 4 || ( sizeof( pl_psu ) == 12 && sizeof( pl_psu_ops ) == 36 ) );
+
 const pl_psu_ops Psu::ops_ = { sizeof( pl_psu_ops ),        nullptr,
                                get_power_ok_callback,       get_input_current_callback,
                                get_output_current_callback, get_input_voltage_callback,

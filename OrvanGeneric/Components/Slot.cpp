@@ -6,6 +6,9 @@
 
 namespace Component::LogicalDevice {
 
+// What the host expects on 32-bit x86.
+static_assert( sizeof( void * ) != 4 || ( sizeof( pl_slot ) == 12 && sizeof( pl_slot_ops ) == 8 ) );
+
 const pl_slot_ops Slot::ops_ = { sizeof( pl_slot_ops ), getPresenceCallback };
 
 pl_status Slot::getPresenceCallback( pl_slot *slot, char **fdl ) {

@@ -10,6 +10,10 @@
 
 namespace Component::LogicalDevice {
 
+// What the host expects on 32-bit x86.
+static_assert( sizeof( void * ) != 4 ||
+               ( sizeof( pl_smbus ) == 12 && sizeof( pl_smbus_ops ) == 56 ) );
+
 const pl_smbus_ops SmbusProxy::ops_ = {
     sizeof( pl_smbus_ops ), quickCommandCallback,    receiveByteCallback,  sendByteCallback,
     readByteCallback,       writeByteCallback,       readWordCallback,     writeWordCallback,

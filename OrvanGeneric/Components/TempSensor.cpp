@@ -6,6 +6,10 @@
 
 namespace Component::LogicalDevice {
 
+// What the host expects on 32-bit x86.
+static_assert( sizeof( void * ) != 4 ||
+               ( sizeof( pl_temp_sensor ) == 12 && sizeof( pl_temp_sensor_ops ) == 12 ) );
+
 const pl_temp_sensor_ops TempSensor::ops_ = { sizeof( pl_temp_sensor_ops ), nullptr,
                                               getTemperatureCallback };
 

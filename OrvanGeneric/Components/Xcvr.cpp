@@ -9,6 +9,11 @@
 
 namespace Component::LogicalDevice {
 
+// What the host expects on 32-bit x86: tables of one size for both types.
+static_assert( sizeof( void * ) != 4 ||
+               ( sizeof( pl_xcvr ) == 12 && sizeof( pl_xcvr_ops ) == 44 &&
+                 sizeof( pl_sfp_ops ) == 24 && sizeof( pl_qsfp_ops ) == 36 ) );
+
 const pl_xcvr_ops SfpXcvr::ops_ = {
     .size = sizeof( pl_xcvr_ops ),
     .type = PL_XCVR_TYPE_SFP,

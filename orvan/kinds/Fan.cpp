@@ -36,7 +36,7 @@ Value percent( Readout &readout ) {
     if ( value.status != PL_STATUS_OK || maximum <= 0 ) {
         return value.status != PL_STATUS_OK ? value : Value();
     }
-    return Value::of( std::get<long long>( value.data ) * 100 / maximum );
+    return Value::of( ( std::get<long long>( value.data ) * 100 + maximum / 2 ) / maximum );
 }
 
 Value stalled( Readout &readout ) {

@@ -1,13 +1,10 @@
 #include "tests/support/FakeHost.h"
 
-#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <ostream>
 
 #include <pl/host.h>
-
-#include "OrvanGeneric/Utils.h"
 
 FakeHost &FakeHost::instance() {
     static FakeHost host;
@@ -48,6 +45,8 @@ void PrintTo( const FakeHost::Trace &trace, std::ostream *out ) {
 extern "C" {
 
 void pl_trace( int level, const char *format, ... ) {
+    if ( FakeHost::instance().dropTraces )
+        return;
     va_list args;
     va_start( args, format );
     va_list again;
@@ -88,29 +87,4 @@ void pl_timer_delete( uint32_t timer ) {
 void pl_fd_watcher_delete( uint32_t watcher ) {
     FakeHost::instance().deletedWatchers.push_back( watcher );
 }
-}
-
-double FakeTime::now = 1000;
-std::vector<unsigned> FakeTime::sleeps;
-std::vector<unsigned> FakeTime::microsleeps;
-
-FakeTime::FakeTime() {
-    Utils::os.clockGettime = []( clockid_t, timespec *time ) {
-        const double whole = std::floor( now );
-        time->tv_sec = static_cast<time_t>( whole );
-        time->tv_nsec = static_cast<long>( ( now - whole ) * 1e9 );
-        return 0;
-    };
-    Utils::os.sleep = []( unsigned seconds ) {
-        sleeps.push_back( seconds );
-        return 0u;
-    };
-    Utils::os.usleep = []( useconds_t microseconds ) {
-        microsleeps.push_back( microseconds );
-        return 0;
-    };
-}
-
-FakeTime::~FakeTime() {
-    Utils::os = { ::clock_gettime, ::sleep, ::usleep };
 }
