@@ -35,6 +35,14 @@ void Chip::misuse( const std::string &what ) {
     log().warning( "{} \"{}\": {}", type(), name(), what );
 }
 
+bool Chip::lineLevel( std::string_view input, double value ) const {
+    if ( value != 0 && value != 1 ) {
+        throw ChipError( fmt::format( "input \"{}\" of {} \"{}\" is a line: 0 or 1, not {}", input,
+                                      type(), name(), value ) );
+    }
+    return value == 1;
+}
+
 void Chip::noSuchRegister( uint32_t reg ) const {
     throw ChipError( fmt::format( "{} \"{}\" has no register 0x{:02X}", type(), name(), reg ) );
 }

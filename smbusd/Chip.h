@@ -115,6 +115,8 @@ class Chip {
 
     /** The bus's user did what the chip's data sheet forbids: logged and counted as an error. */
     void misuse( const std::string &what );
+    /** The level of an input that is a line, 0 or 1. */
+    bool lineLevel( std::string_view input, double value ) const;
     [[noreturn]] void noSuchRegister( uint32_t reg ) const;
     /** The number in a register's new content, checked to fit that many bytes. */
     uint32_t numberFor( uint32_t reg, const RegisterContent &content, unsigned width ) const;

@@ -1,8 +1,13 @@
 #include "smbusd/ChipTypes.h"
 
+#include "smbusd/chips/CommandDevice.h"
+#include "smbusd/chips/Eeprom.h"
 #include "smbusd/chips/Pca9548.h"
 #include "smbusd/chips/Pca9555.h"
+#include "smbusd/chips/Pca9698.h"
+#include "smbusd/chips/Psoc.h"
 #include "smbusd/chips/RegisterFile.h"
+#include "smbusd/chips/XcvrCpld.h"
 
 namespace smbusd {
 
@@ -10,11 +15,18 @@ namespace {
 
 const std::vector<ChipType> &chipTypes() {
     static const std::vector<ChipType> types = {
+        { "commands", { "pec", "commands" }, &CommandDevice::create },
+        { "eeprom",
+          { "addressing", "size", "pageSize", "writeCycleMs", "image", "data" },
+          &Eeprom::create },
         { "pca9548", {}, &Pca9548::create },
         { "pca9555", { "registers" }, &Pca9555::create },
+        { "psoc", { "fans", "spinUpMs", "stallRpm", "duty", "temperatures" }, &Psoc::create },
+        { "pca9698", { "registers" }, &Pca9698::create },
         { "registers",
           { "width", "byteOrder", "count", "fill", "registers", "readOnly" },
           &RegisterFile::create },
+        { "xcvr-cpld", { "cages" }, &XcvrCpld::create },
     };
     return types;
 }

@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 
 #include "smbusd/AsioScheduler.h"
+#include "smbusd/ControlService.h"
 #include "smbusd/HardwareConfig.h"
 #include "smbusd/LinuxBus.h"
 #include "smbusd/Service.h"
@@ -58,6 +59,9 @@ int run( const Options &options ) {
                                : std::make_unique<ListenSocket>( path, modeOf( options.mode ) );
     };
     const auto socket = listenOn( inherited.service, options.socket );
+    const auto controlSocket =
+        listenOn( inherited.control,
+                  options.control.empty() ? options.socket + ".control" : options.control );
 
     asio::signal_set signals( loop, SIGTERM, SIGINT );
     signals.async_wait( [ & ]( std::error_code error, int signal ) {
@@ -68,6 +72,8 @@ int run( const Options &options ) {
     } );
     Dispatcher dispatcher( board );
     Service service( loop, *socket, board, dispatcher, options.maxClients );
+    Control control( board, dispatcher, [ &service ] { return service.clients(); } );
+    ControlService controlService( loop, *controlSocket, control, dispatcher );
     log.info( "listens on {}: {} buses, {} chips", socket->path(), board.buses().size(),
               board.chips().size() );
     if ( options.readyDescriptor >= 0 ) {
@@ -91,7 +97,7 @@ int main( int argc, char **argv ) {
         ->required();
     app.add_option( "--socket", options.socket, "Socket that clients connect to" )
         ->capture_default_str();
-    app.add_option( "--control", options.control, "Control socket; none unless given" );
+    app.add_option( "--control", options.control, "Control socket; SOCKET.control unless given" );
     app.add_option( "--mode", options.mode, "Mode of the socket files, octal" )
         ->capture_default_str()
         ->check( []( const std::string &text ) -> std::string {

@@ -13,6 +13,13 @@
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/Drivers/GenericPCA9555.h"
 #include "OrvanGeneric/Drivers/GenericSmbusMux.h"
+#include "OrvanGeneric/Drivers/Mirelund/MireLedCPLD.h"
+#include "OrvanGeneric/Drivers/Mirelund/MireSPCA9555.h"
+#include "OrvanGeneric/Drivers/Mirelund/MirelundCPLD.h"
+#include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9555.h"
+#include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9698.h"
+#include "OrvanGeneric/Drivers/Mirelund/MirelundPsoc.h"
+#include "OrvanGeneric/Drivers/MultiSlot.h"
 #include "OrvanGeneric/Drivers/SmbusProxyDriver.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/Topology.h"
@@ -25,7 +32,16 @@ std::map<std::string, DriverFactory> drivers = {
     { "SmbusProxyDriver", SmbusProxyDriver::create },
     { "GenericSmbusMux", GenericSmbusMux::create },
     { "PCA9548", GenericSmbusMux::create },
+    { "MireQCPLD", MirelundQCPLD::create },
+    { "MultiSlot", MultiSlot::create },
     { "GenericPCA9555", GenericPCA9555::create },
+    { "MirelundPCA9555", MirelundPCA9555::create },
+    { "MirelundPsoc", MirelundPsoc::create },
+    { "MirelundSFP", MirelundSFP::create },
+    { "MireSPCA9555", MireSQSFP::create },
+    { "MireCLedCPLD", MireCLedCPLD::create },
+    { "MireYQSFP", MireYQSFP::create },
+    { "MireYCPLD", MirelundYCPLD::create },
 };
 
 namespace {
@@ -117,7 +133,12 @@ bool insertDriverArg( const char *text, char **out, const char *name, const char
     rapidjson::StringBuffer buffer;
     rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::ASCII<>> writer(
         buffer );
-    document.Accept( writer );
+    // Parsing lets any bytes and half a surrogate pair through; neither has an escape.
+    if ( !document.Accept( writer ) ) {
+        TRACE( 0, "failed to write psu devArgs: %s",
+               rapidjson::GetParseError_En( rapidjson::kParseErrorStringInvalidEncoding ) );
+        return false;
+    }
     *out = strdup( buffer.GetString() );
     return true;
 }

@@ -18,6 +18,11 @@ namespace {
 
 constexpr uint8_t addressMask = 0x7F;
 
+/** Into the string that the entry keeps between batches; set_data would make another on the way. */
+void setData( Smbus::Request *entry, const void *data, size_t size ) {
+    entry->mutable_data()->assign( static_cast<const char *>( data ), size );
+}
+
 } // namespace
 
 OrvanSmbusHam *OrvanSmbusHam::createFromAddress( const Topology::HamAddress &address,
@@ -143,17 +148,17 @@ void OrvanSmbusHam::addWrite16( unsigned reg, uint16_t value, bool pec ) {
 }
 
 void OrvanSmbusHam::addWrite( unsigned reg, const void *data, unsigned len, bool pec ) {
-    requestInit( reg, Smbus::WRITE, len, pec, false )->set_data( data, len );
+    setData( requestInit( reg, Smbus::WRITE, len, pec, false ), data, len );
 }
 
 void OrvanSmbusHam::addWriteBlock( unsigned reg, const void *data, unsigned len, bool pec ) {
-    requestInit( reg, Smbus::BLOCK_WRITE, len, pec, false )->set_data( data, len );
+    setData( requestInit( reg, Smbus::BLOCK_WRITE, len, pec, false ), data, len );
 }
 
 ResponseId OrvanSmbusHam::addProcessCall( unsigned reg, uint16_t value ) {
     const uint8_t bytes[] = { static_cast<uint8_t>( value ), static_cast<uint8_t>( value >> 8 ) };
-    requestInit( reg, Smbus::PROCESS_CALL, sizeof( bytes ), false, false )
-        ->set_data( bytes, sizeof( bytes ) );
+    setData( requestInit( reg, Smbus::PROCESS_CALL, sizeof( bytes ), false, false ), bytes,
+             sizeof( bytes ) );
     return nextResponseId;
 }
 

@@ -96,10 +96,10 @@ class OrvanSmbusHam : public Ham {
     uint32_t pci = 0;
     Smbus::TransactionRequest request;
     Smbus::TransactionResponse response;
-    /** Where the socket puts the next reply; swapped with response, so that both stay allocated. */
-    Smbus::TransactionResponse reply;
     Smbus::MasterType masterType = Smbus::SIMULATED;
     std::vector<Component::LogicalDevice::Mux *> muxes;
+    /** Where the socket puts the next reply; swapped with response, so that both stay allocated. */
+    Smbus::TransactionResponse reply;
 };
 
 } // namespace Ham

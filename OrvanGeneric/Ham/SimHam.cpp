@@ -1,5 +1,6 @@
 #include "OrvanGeneric/Ham/SimHam.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cerrno>
 #include <charconv>
@@ -254,7 +255,10 @@ void SimHam::writeToFile( const std::string &value ) {
     // clang-format off
     assert( mm != ((void *) -1) );
     // clang-format on
-    std::memcpy( static_cast<char *>( mm ) + offsets_.at( savedReg_ ), value.data(), value.size() );
+    const size_t offset = offsets_.at( savedReg_ );
+    // A number takes two digits a byte, a text register has room for one: what does not fit is cut.
+    std::memcpy( static_cast<char *>( mm ) + offset, value.data(),
+                 std::min( value.size(), fileSize_ - offset ) );
     munmap( mm, fileSize_ );
     close( fd );
     TRACE( 5, "%s - Wrote %s to register 0x%x", simFileName_.c_str(), value.c_str(), savedReg_ );

@@ -135,13 +135,10 @@ void Pca9555::setInput( std::string_view input, double value ) {
     if ( !known ) {
         Chip::setInput( input, value );
     }
-    if ( value != 0 && value != 1 ) {
-        throw ChipError( fmt::format( "input \"{}\" of {} \"{}\" is a line: 0 or 1, not {}", input,
-                                      type(), name(), value ) );
-    }
+    const bool level = lineLevel( input, value );
     uint8_t &port = lines_[ static_cast<size_t>( input[ 1 ] - '0' ) ];
     const auto mask = static_cast<uint8_t>( 1u << ( input[ 2 ] - '0' ) );
-    port = static_cast<uint8_t>( value != 0 ? port | mask : port & ~mask );
+    port = static_cast<uint8_t>( level ? port | mask : port & ~mask );
 }
 
 } // namespace smbusd

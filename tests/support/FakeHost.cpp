@@ -45,6 +45,8 @@ void PrintTo( const FakeHost::Trace &trace, std::ostream *out ) {
 extern "C" {
 
 void pl_trace( int level, const char *format, ... ) {
+    if ( FakeHost::instance().dropTraces )
+        return;
     va_list args;
     va_start( args, format );
     va_list again;

@@ -36,6 +36,7 @@ class FakeHost {
     std::vector<uint32_t> deletedWatchers;
     bool refuseTimers = false;   ///< pl_timer_add answers 0
     bool refuseTimerSet = false; ///< pl_timer_set fails
+    bool dropTraces = false;     ///< pl_trace keeps nothing, and allocates nothing
 
     bool traced( int level, const std::string &text ) const {
         return std::find( traces.begin(), traces.end(), Trace{ level, text } ) != traces.end();

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "OrvanGeneric/Components/Led.h"
+#include "OrvanGeneric/Components/Slot.h"
+#include "OrvanGeneric/Drivers/GPIOExpander.h"
+#include "OrvanGeneric/Drivers/Helpers.h"
+
+namespace Drivers {
+
+/**
+ * The PCA9555 of the fan board: a presence input, an airflow strap and an LED of each fan module.
+ *
+ * Arguments (decimal, required): "bank-io-0", "bank-io-1", the direction of each bank's pins (a 1 bit
+ * is an input). An LED takes "id", a slot "fanId": the fan's number, from 1. A slot also takes
+ * "fanFdl" (the template of its field data, with placeholders airflowDirection, maxRpm and
+ * modelName), "rpmF2B" and "rpmB2F" (what maxRpm becomes for a module of either airflow direction)
+ * and "modelName". All of these are required.
+ */
+class MirelundPCA9555 : public GPIOExpander {
+  public:
+    /** Green (off, good), amber (warning, bad) or, as a beacon, both in turn. */
+    class FanLed : public Component::LogicalDevice::Led {
+      public:
+        /** @param index  the fan's, from 0 */
+        FanLed( MirelundPCA9555 *expander, uint8_t index );
+        ~FanLed() override;
+
+        bool handleBlinkTimer( bool on ) override;
+        /** Ends the blinking whatever comes; PL_STATUS_INVALID leaves the pin alone. */
+        pl_status setLightSetting( pl_led_status status ) override;
+
+        /** Amber and green; the expander's save() shows it. */
+        void setLedOn();
+        void setLedOff();
+
+      private:
+        MirelundPCA9555 *expander_;
+        uint8_t index_;
+        bool blinking_ = false;
+        uint8_t pin_;
+    };
+
+    class FanSlot : public Component::LogicalDevice::Slot {
+      public:
+        /** @param index  the fan's, 0 to 3 */
+        FanSlot( MirelundPCA9555 *expander, uint8_t index,
+                 const std::map<std::string, std::string> &slotArgs );
+
+        /** The text is filled once for each module that is put in, and then copied. */
+        pl_status getPresence( char **fdl ) override;
+
+      private:
+        struct Free {
+            void operator()( char *text ) const { std::free( text ); }
+        };
+
+        /** Gives the caller a copy of @p text. */
+        pl_status handOut( const char *text, char **fdl ) const;
+
+        MirelundPCA9555 *expander_;
+        uint8_t index_;
+        uint8_t presencePin_;
+        uint8_t airflowPin_;
+        std::map<std::string, std::string> slotArgs_;
+        std::string rpmF2B_;
+        std::string rpmB2F_;
+        std::string modelName_;
+        FormatFdl formatFdl_;
+        std::unique_ptr<char, Free> cachedFdl_; ///< null: none
+        bool cachedAirflow_ = false;            ///< what cachedFdl_ was filled for
+    };
+
+    static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
+
+    /** @param config0  direction of the pins of bank 0; @p config1 of bank 1 */
+    MirelundPCA9555( uint8_t config0, uint8_t config1 );
+
+    /** Writes the pins' directions. */
+    int init() override;
+    Component::LogicalDevice::Slot *newSlot( const DriverArgs &args ) override;
+    /** Takes "id" up to 5; there is no LED of a fifth fan on this expander, using it aborts. */
+    Component::LogicalDevice::Led *newLed( const DriverArgs &args ) override;
+    const Utils::ExpectedValues *expectedValues() override;
+
+  private:
+    uint8_t config_[ 2 ];
+};
+
+} // namespace Drivers

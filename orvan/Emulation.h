@@ -1,0 +1,54 @@
+/** A private SMBus service on emulated hardware, for the length of one run. */
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+
+#include <sys/types.h>
+
+namespace orvan {
+
+/** What the private service is to be. */
+struct EmulationOptions {
+    std::string service;              /**< the service's program */
+    std::filesystem::path hardware;   /**< its configuration: the emulated hardware */
+    std::string socket;               /**< where it listens; empty: in a private folder */
+    std::string control;              /**< its control socket; empty: none */
+    std::string logLevel = "warning"; /**< what it logs on standard error */
+    std::chrono::milliseconds startLimit{ 10000 };
+};
+
+/**
+ * Starts the service and ends it again: on destruction, on SIGINT, SIGTERM, SIGHUP, SIGPIPE and
+ * SIGABRT, and, should nothing of that be possible any more, by the kernel when this process dies.
+ * At most one may live at a time.
+ */
+class Emulation {
+  public:
+    /** Returns once the service listens. Throws BadInput when it does not come up. */
+    explicit Emulation( const EmulationOptions &options );
+    ~Emulation();
+    Emulation( const Emulation & ) = delete;
+    Emulation &operator=( const Emulation & ) = delete;
+
+    const std::string &socket() const { return socket_; }
+    pid_t pid() const { return pid_; }
+
+  private:
+    void start( const EmulationOptions &options, int ready );
+    void awaitReady( const EmulationOptions &options, int ready );
+    void end();
+
+    std::string folder_; // private, empty when the socket's path was given
+    std::string socket_;
+    pid_t pid_ = -1;
+};
+
+/** True when something accepts connections on the UNIX socket @p path. */
+bool accepts( const std::string &path );
+
+/** The service's program beside this one. */
+std::string defaultServicePath();
+
+} // namespace orvan

@@ -1,0 +1,32 @@
+/** The two ways in which a run of orvan ends badly, and the naming of foreign exceptions. */
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace orvan {
+
+/** Exit codes of the program. */
+enum class ExitCode : int {
+    Ok = 0,
+    Failed = 1,  /**< the board was brought up, but something on it did not work */
+    BadInput = 2 /**< command line, board folder or service: nothing was done to the hardware */
+};
+
+/** The user's input cannot be used: ends the run with ExitCode::BadInput. */
+struct BadInput : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/** The input was good, carrying it out failed: ends the run with ExitCode::Failed. */
+struct Failure : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/**
+ * Names the exception being handled: its demangled type and, for a std::exception, what() behind
+ * a colon. Call it in a catch block only.
+ */
+std::string describeCurrentException();
+
+} // namespace orvan

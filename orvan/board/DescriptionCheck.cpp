@@ -1,0 +1,361 @@
+#include "orvan/board/DescriptionCheck.h"
+
+#include "orvan/json/Schema.h"
+
+#include <fmt/core.h>
+
+#include <cstring>
+#include <sstream>
+
+namespace orvan {
+
+namespace {
+
+using rapidjson::Value;
+
+constexpr const char *systemController = "PSoC";
+constexpr const char *psuExpander = "PsuPCA";
+constexpr const char *psuExpanderDriver = "MirePsuPCA9555";
+constexpr const char *proxyDriver = "SmbusProxyDriver";
+constexpr const char *anyDriver = "Dummy"; // what a device without a driver name gets
+
+constexpr const char *knownHams[] = { "OrvanSmbus", "SimHam" };
+
+std::string argText( const Value &value ) {
+    if ( value.IsInt() ) {
+        return std::to_string( value.GetInt() );
+    }
+    if ( value.IsUint() ) {
+        return std::to_string( value.GetUint() );
+    }
+    if ( value.IsString() ) {
+        return value.GetString();
+    }
+    if ( value.IsDouble() ) {
+        std::ostringstream stream;
+        stream << value.GetDouble();
+        return stream.str();
+    }
+    return value.IsBool() ? ( value.GetBool() ? "true" : "false" ) : "";
+}
+
+std::string argPointer( const std::string &pointer, const char *name ) {
+    return pointerTo( pointerTo( pointer, std::string( "driverArgs" ) ), std::string( name ) );
+}
+
+} // namespace
+
+ArgTexts argTexts( const Value &description ) {
+    ArgTexts texts;
+    const auto it = description.FindMember( "driverArgs" );
+    if ( it != description.MemberEnd() && it->value.IsObject() ) {
+        for ( const auto &member : it->value.GetObject() ) {
+            texts[ member.name.GetString() ] = argText( member.value );
+        }
+    }
+    return texts;
+}
+
+bool DescriptionCheck::serviceOf( const std::string &kind, const ArgTexts &args,
+                                  Service &service ) {
+    static const std::map<std::string, Service> byKind = {
+        { "gpio", Service::Gpio },       { "led", Service::Led },
+        { "fan", Service::Fan },         { "temp_sensor", Service::TempSensor },
+        { "psu", Service::Psu },         { "slot", Service::Slot },
+        { "smbus", Service::SmbusProxy } };
+    static const std::map<std::string, Service> byType = { { "sfp", Service::SfpXcvr },
+                                                           { "sfp+", Service::SfpXcvr },
+                                                           { "qsfp", Service::QsfpXcvr },
+                                                           { "qsfp+", Service::QsfpXcvr } };
+    const auto type = args.find( "type" );
+    const auto &table = kind == "xcvr" ? byType : byKind;
+    const auto it = table.find( kind != "xcvr" ? kind : type == args.end() ? "" : type->second );
+    if ( it == table.end() ) {
+        return false;
+    }
+    service = it->second;
+    return true;
+}
+
+std::string DescriptionCheck::labelKey( const std::string &label, uint32_t address ) {
+    return fmt::format( "{}<{:#04x}>", label, address );
+}
+
+void DescriptionCheck::description( const JsonFile &file, const Value &value,
+                                    const std::string &pointer, Service service ) {
+    if ( topologySchema().check( "description", file, value, pointer, problems_ ) ) {
+        check( { file, value, pointer, argTexts( value ) }, service );
+    }
+}
+
+void DescriptionCheck::argumentError( const Subject &subject, const char *name,
+                                      const std::string &expected ) {
+    const auto args = subject.value.FindMember( "driverArgs" );
+    const Value *found = nullptr;
+    if ( args != subject.value.MemberEnd() && args->value.HasMember( name ) ) {
+        found = &args->value[ name ];
+    }
+    const auto text = subject.args.find( name );
+    if ( found || text == subject.args.end() ) {
+        problems_.error( subject.file.name, argPointer( subject.pointer, name ), found,
+                         found ? expected : expected + " (the key is missing)" );
+    } else {
+        problems_.errorText( subject.file.name, argPointer( subject.pointer, name ), text->second,
+                             expected );
+    }
+}
+
+void DescriptionCheck::arguments( const Subject &subject, std::span<const ArgRule> rules ) {
+    for ( const ArgRule &rule : rules ) {
+        if ( !rule.applies( subject.args ) ) {
+            continue;
+        }
+        const auto it = subject.args.find( rule.name );
+        if ( it == subject.args.end() ) {
+            if ( rule.required ) {
+                argumentError( subject, rule.name, rule.expected() );
+            }
+        } else if ( !rule.accepts( it->second ) ) {
+            argumentError( subject, rule.name, rule.expected() );
+        } else if ( rule.type == ArgType::DeviceLabel ) {
+            referenced( subject.file, nullptr, argPointer( subject.pointer, rule.name ), it->second,
+                        nullptr );
+        }
+    }
+}
+
+void DescriptionCheck::numberedModels( const Subject &subject ) {
+    static constexpr ArgRule model{ "", true, ArgType::Text };
+    static constexpr ArgRule fdl{ "", true, ArgType::Template, 0, 0, "serialNum" };
+    for ( int number = 1;; ++number ) {
+        const std::string modelKey = fmt::format( "model_{}", number );
+        const std::string fdlKey = fmt::format( "psuFdl_{}", number );
+        const auto modelArg = subject.args.find( modelKey );
+        const auto fdlArg = subject.args.find( fdlKey );
+        if ( modelArg == subject.args.end() ) {
+            if ( fdlArg != subject.args.end() ) {
+                argumentError( subject, modelKey.c_str(), model.expected() );
+            }
+            return;
+        }
+        if ( !model.accepts( modelArg->second ) ) {
+            argumentError( subject, modelKey.c_str(), model.expected() );
+        }
+        if ( fdlArg == subject.args.end() || !fdl.accepts( fdlArg->second ) ) {
+            argumentError( subject, fdlKey.c_str(), fdl.expected() );
+        }
+    }
+}
+
+/** A device reached by its label: the library makes it from its declaration in the topology. */
+void DescriptionCheck::referenced( const JsonFile &file, const Value *value,
+                                   const std::string &pointer, const std::string &label,
+                                   const char *wantedDriver ) {
+    const DevicePlace *device = topology_.deviceLabelled( label );
+    if ( !device || !device->inlineDeclared() ) {
+        problems_.errorText( file.name, pointer, value ? shortJson( *value ) : "\"" + label + "\"",
+                             fmt::format( "a device labelled \"{}\" in the topology, declared "
+                                          "inline with \"driver\" and \"address\"",
+                                          label ) );
+        return;
+    }
+    std::string name = ( *device->object )[ "driver" ].GetString();
+    if ( name.empty() ) {
+        name = wantedDriver ? wantedDriver : anyDriver;
+    }
+    const DriverRow *driver = findDriver( name );
+    const Subject subject{ topologyFile_, *device->object, device->pointer,
+                           argTexts( *device->object ) };
+    const std::string driverPointer = pointerTo( device->pointer, std::string( "driver" ) );
+    if ( wantedDriver ) {
+        if ( name != wantedDriver ) {
+            problems_.error(
+                topologyFile_.name, driverPointer, &( *device->object )[ "driver" ],
+                fmt::format( "\"{}\", since {} uses this device", wantedDriver, pointer ) );
+            return;
+        }
+    } else {
+        const ServiceRow *lines = driver->serviceRow( Service::Gpio );
+        if ( !lines || std::strcmp( lines->args.front().name, "register" ) != 0 ) {
+            problems_.error( topologyFile_.name, driverPointer, &( *device->object )[ "driver" ],
+                             fmt::format( "a driver whose lines are given by register and bit, "
+                                          "since {} uses one",
+                                          pointer ) );
+            return;
+        }
+    }
+    const auto ham = device->object->FindMember( "provideHam" );
+    if ( ham != device->object->MemberEnd() && ham->value.GetUint() == 0 ) {
+        problems_.error( topologyFile_.name,
+                         pointerTo( device->pointer, std::string( "provideHam" ) ), &ham->value,
+                         "1, since " + pointer + " uses the device" );
+    }
+    if ( sharesDriver( subject, device->did, *driver, false, Service::Gpio ) ) {
+        arguments( subject, driver->creation );
+    }
+    place( subject, *driver );
+}
+
+bool DescriptionCheck::sharesDriver( const Subject &subject, uint32_t did, const DriverRow &driver,
+                                     bool gpioOnly, Service service ) {
+    const auto [ it, isNew ] = makers_.emplace(
+        did, Maker{ &driver, subject.file.name + " at " + subject.pointer, gpioOnly } );
+    const Maker &maker = it->second;
+    if ( std::strcmp( maker.driver->implementation, driver.implementation ) != 0 ) {
+        problems_.errorText( subject.file.name, subject.pointer,
+                             fmt::format( "driver \"{}\" for device {}", driver.name, did ),
+                             fmt::format( "\"{}\", which {} makes for this device",
+                                          maker.driver->name, maker.where ) );
+        return false;
+    }
+    if ( maker.gpioOnly && service != Service::Gpio ) {
+        problems_.errorText( subject.file.name, subject.pointer, serviceName( service ),
+                             fmt::format( "GPIO lines only, since {} makes the device with "
+                                          "\"type\" \"gpio\"",
+                                          maker.where ) );
+        return false;
+    }
+    return true;
+}
+
+void DescriptionCheck::place( const Subject &subject, const DriverRow &driver ) {
+    const Value &value = subject.value;
+    if ( value.HasMember( "provideHam" ) && value[ "provideHam" ].GetUint() == 0 ) {
+        if ( !( driver.traits & NeedsNoHam ) ) {
+            problems_.error(
+                subject.file.name, pointerTo( subject.pointer, std::string( "provideHam" ) ),
+                &value[ "provideHam" ],
+                fmt::format( "1, since driver \"{}\" reaches its device", driver.name ) );
+        }
+        return;
+    }
+    if ( driver.traits & IsMultiDevice ) {
+        return;
+    }
+    const char *key = value.HasMember( "uid" ) ? "uid" : "did";
+    const uint32_t id = value[ key ].GetUint();
+    const DevicePlace *device = *key == 'u' ? topology_.component( id ) : topology_.device( id );
+    const std::string pointer = pointerTo( subject.pointer, std::string( key ) );
+    if ( !device ) {
+        problems_.error( subject.file.name, pointer, &value[ key ],
+                         *key == 'u' ? "the id of a component of the topology"
+                                     : "the id of a device of the topology" );
+        return;
+    }
+    if ( device->onFileSystem ) {
+        problems_.error( subject.file.name, pointer, &value[ key ],
+                         "a device on a bus: " + device->pointer + " is on a LinuxFs medium" );
+        return;
+    }
+    for ( const char *ham : knownHams ) {
+        if ( device->ham == ham ) {
+            return;
+        }
+    }
+    problems_.error( subject.file.name, pointer, &value[ key ],
+                     fmt::format( "a device on a medium whose \"ham\" is \"OrvanSmbus\" or "
+                                  "\"SimHam\": that of {} is \"{}\"",
+                                  device->pointer, device->ham ) );
+}
+
+void DescriptionCheck::check( const Subject &subject, Service service ) {
+    const Value &value = subject.value;
+    const std::string driverPointer = pointerTo( subject.pointer, std::string( "driver" ) );
+    const DriverRow *driver = findDriver( value[ "driver" ].GetString() );
+    if ( !driver ) {
+        problems_.error( subject.file.name, driverPointer, &value[ "driver" ],
+                         "a driver of the library: " + driverNames() );
+        return;
+    }
+    const ServiceRow *row = driver->serviceRow( service );
+    if ( !row ) {
+        problems_.error( subject.file.name, driverPointer, &value[ "driver" ],
+                         fmt::format( "a driver that makes {}: {}", serviceName( service ),
+                                      driverNames( service ) ) );
+        return;
+    }
+    const bool multiDevice =
+        value.HasMember( "isMultiDevice" ) && value[ "isMultiDevice" ].IsTrue();
+    if ( multiDevice != static_cast<bool>( driver->traits & IsMultiDevice ) ) {
+        problems_.error(
+            subject.file.name, pointerTo( subject.pointer, std::string( "isMultiDevice" ) ),
+            multiDevice ? &value[ "isMultiDevice" ] : nullptr,
+            fmt::format( "{} for driver \"{}\"", multiDevice ? "false" : "true", driver->name ) );
+        return;
+    }
+    place( subject, *driver );
+    const auto type = subject.args.find( "type" );
+    const bool gpioOnly = ( driver->traits & GpioTypeOffersNone ) && type != subject.args.end() &&
+                          type->second == "gpio";
+    if ( !sharesDriver( subject, value[ "did" ].GetUint(), *driver, gpioOnly, service ) ) {
+        return;
+    }
+    arguments( subject, driver->creation );
+    arguments( subject, row->args );
+    if ( ( driver->traits & NumberedModels ) && service == Service::Slot ) {
+        numberedModels( subject );
+    }
+    if ( driver->traits & ReadsPsuExpander ) {
+        referenced( subject.file, &value[ "driver" ], driverPointer, psuExpander,
+                    psuExpanderDriver );
+    }
+    if ( multiDevice ) {
+        nested( subject );
+    }
+}
+
+/** The parts of a multi-device: each is added as a slot, with the slot's own arguments put in. */
+void DescriptionCheck::nested( const Subject &subject ) {
+    const std::string base = pointerTo( subject.pointer, std::string( "multiDeviceArgs" ) );
+    if ( !subject.value.HasMember( "multiDeviceArgs" ) ) {
+        problems_.error( subject.file.name, base, nullptr,
+                         "an object of nested device descriptions (the key is missing)" );
+        return;
+    }
+    for ( const auto &member : subject.value[ "multiDeviceArgs" ].GetObject() ) {
+        const std::string pointer = pointerTo( base, std::string( member.name.GetString() ) );
+        JsonFile part;
+        if ( !parseJsonText( subject.file.name + " at " + pointer, member.value.GetString(), part,
+                             problems_ ) ||
+             !topologySchema().check( "description", part, part.document, "", problems_ ) ) {
+            continue;
+        }
+        if ( !part.document.HasMember( "driverArgs" ) ) {
+            problems_.error( part.name, "/driverArgs", nullptr,
+                             "an object, if need be empty: the slot's arguments go there" );
+            continue;
+        }
+        ArgTexts args = argTexts( part.document );
+        for ( const auto &[ key, text ] : subject.args ) {
+            args[ key ] = text;
+        }
+        check( { part, part.document, "", std::move( args ) }, Service::Slot );
+    }
+}
+
+void DescriptionCheck::labelled( const JsonFile &file, const Value &value,
+                                 const std::string &pointer ) {
+    if ( !peripheralsSchema().check( "labelled", file, value, pointer, problems_ ) ) {
+        return;
+    }
+    const std::string key = labelKey( value[ "label" ].GetString(), value[ "address" ].GetUint() );
+    const DevicePlace *device = topology_.deviceLabelled( key );
+    if ( !device || !device->inlineDeclared() ) {
+        problems_.error( file.name, pointer, &value,
+                         fmt::format( "a device labelled \"{}\" in the topology, declared inline "
+                                      "with \"driver\" and \"address\"",
+                                      key ) );
+        return;
+    }
+    const DriverRow &driver = *findDriver( proxyDriver );
+    place( { topologyFile_, *device->object, device->pointer, {} }, driver );
+    sharesDriver( { file, value, pointer, {} }, device->did, driver, false, Service::SmbusProxy );
+    arguments( { topologyFile_, *device->object, device->pointer, argTexts( *device->object ) },
+               driver.serviceRow( Service::SmbusProxy )->args );
+}
+
+void DescriptionCheck::system( const JsonFile &file, const std::string &pointer ) {
+    referenced( file, nullptr, pointer, systemController, nullptr );
+}
+
+} // namespace orvan

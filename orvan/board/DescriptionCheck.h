@@ -1,0 +1,74 @@
+/** Device descriptions, checked against the topology and the drivers' needs before the library sees them. */
+#pragma once
+
+#include "orvan/board/DriverTable.h"
+#include "orvan/board/TopologyIndex.h"
+
+#include <map>
+#include <string>
+
+namespace orvan {
+
+/** The arguments of a description as the library reads them: every value as text. */
+using ArgTexts = std::map<std::string, std::string>;
+
+/** Converts "driverArgs"; without it the map is empty. */
+ArgTexts argTexts( const rapidjson::Value &description );
+
+/**
+ * Checks the descriptions of one board, in the order in which they will be added: all that share a
+ * device id share the driver instance that the first of them makes.
+ */
+class DescriptionCheck {
+  public:
+    DescriptionCheck( const JsonFile &topologyFile, const TopologyIndex &topology,
+                      Problems &problems )
+        : topologyFile_( topologyFile ), topology_( topology ), problems_( problems ) {}
+
+    /** A description from which @p service is wanted. */
+    void description( const JsonFile &file, const rapidjson::Value &value,
+                      const std::string &pointer, Service service );
+    /** Raw access to the device whose label is @p label and the address: "PSU1<0x58>". */
+    void labelled( const JsonFile &file, const rapidjson::Value &value,
+                   const std::string &pointer );
+    /** System power control, which works on the device labelled "PSoC". */
+    void system( const JsonFile &file, const std::string &pointer );
+
+    /** The service that a peripheral of @p kind asks for; transceivers name theirs in "type". */
+    static bool serviceOf( const std::string &kind, const ArgTexts &args, Service &service );
+    /** The label that the library looks for: @p label, then the address as "<0x58>". */
+    static std::string labelKey( const std::string &label, uint32_t address );
+
+  private:
+    struct Maker {
+        const DriverRow *driver;
+        std::string where;
+        bool gpioOnly; /**< made with "type" "gpio" by a driver that then offers nothing else */
+    };
+    /** What is being checked: where to point when an argument is wrong. */
+    struct Subject {
+        const JsonFile &file;
+        const rapidjson::Value &value;
+        std::string pointer;
+        ArgTexts args;
+    };
+
+    void check( const Subject &subject, Service service );
+    void arguments( const Subject &subject, std::span<const ArgRule> rules );
+    void numberedModels( const Subject &subject );
+    void place( const Subject &subject, const DriverRow &driver );
+    void nested( const Subject &subject );
+    bool sharesDriver( const Subject &subject, uint32_t did, const DriverRow &driver, bool gpioOnly,
+                       Service service );
+    void referenced( const JsonFile &file, const rapidjson::Value *value,
+                     const std::string &pointer, const std::string &label,
+                     const char *wantedDriver );
+    void argumentError( const Subject &subject, const char *name, const std::string &expected );
+
+    const JsonFile &topologyFile_;
+    const TopologyIndex &topology_;
+    Problems &problems_;
+    std::map<uint32_t, Maker> makers_;
+};
+
+} // namespace orvan

@@ -1,0 +1,17 @@
+/** Readings as JSON, shared by the commands that print them. */
+#pragma once
+
+#include "orvan/kinds/Kind.h"
+
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+namespace orvan {
+
+using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;
+
+/** Writes `{"status":"ok","value":…,"unit":"rpm"}`; a failed one has "status" and perhaps "error" only. */
+void writeJson( JsonWriter &writer, const Reading &reading, const Value &value );
+void writeKey( JsonWriter &writer, const char *key, const std::string &text );
+
+} // namespace orvan

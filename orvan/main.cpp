@@ -1,0 +1,7 @@
+#include "orvan/Program.h"
+
+#include <iostream>
+
+int main( int argc, char **argv ) {
+    return orvan::runProgram( argc, argv, { std::cin, std::cout, std::cerr } );
+}

@@ -1,0 +1,81 @@
+#include "OrvanGeneric/Drivers/Drivers.h"
+
+#include <memory>
+#include <set>
+#include <typeinfo>
+
+#include <gtest/gtest.h>
+
+#include "OrvanGeneric/Components/HardwareDevice.h"
+#include "OrvanGeneric/Components/MultiDevice.h"
+#include "OrvanGeneric/Drivers/Dummy.h"
+#include "OrvanGeneric/Drivers/GenericPCA9555.h"
+#include "OrvanGeneric/Drivers/GenericSmbusMux.h"
+#include "tests/support/FakeHost.h"
+#include "tests/support/ScriptedHam.h"
+
+namespace {
+
+using Component::DeviceBase;
+using Drivers::drivers;
+
+/** Every key that a description's "driver" may be. */
+const std::set<std::string> allKeys = {
+    "Dummy",           "GpioDriver",   "SmbusProxyDriver", "GenericSmbusMux", "PCA9548",
+    "Pmbus",           "PsuSlot",      "MireQCPLD",        "MultiSlot",       "GenericPCA9555",
+    "MirelundPCA9555", "MirelundPsoc", "MirePsuPCA9555",   "EmersonPmbus",    "MirelundSFP",
+    "MireSPCA9555",    "MireCLedCPLD", "MireYQSFP",        "MireYCPLD",       "Ipmi",
+};
+
+/** Keys whose drivers are still to be written. */
+const std::set<std::string> keysStillToCome = {
+    "SmbusProxyDriver", "Pmbus",        "PsuSlot",        "MireQCPLD",    "MultiSlot",
+    "MirelundPCA9555",  "MirelundPsoc", "MirePsuPCA9555", "EmersonPmbus", "MirelundSFP",
+    "MireSPCA9555",     "MireCLedCPLD", "MireYQSFP",      "MireYCPLD",    "Ipmi",
+};
+
+std::unique_ptr<DeviceBase> make( const std::string &key, const Drivers::DriverArgs &args = {} ) {
+    static ScriptedHam ham;
+    return std::unique_ptr<DeviceBase>( drivers.at( key )( args, &ham ) );
+}
+
+TEST( DriverRegistry, KnowsEveryNameThatIsNotStillToCome ) {
+    ASSERT_EQ( allKeys.size(), 20u );
+    for ( const std::string &key : allKeys )
+        EXPECT_TRUE( drivers.count( key ) || keysStillToCome.count( key ) ) << key;
+}
+
+TEST( DriverRegistry, KnowsNoOtherName ) {
+    for ( const auto &[ key, factory ] : drivers )
+        EXPECT_EQ( allKeys.count( key ), 1u ) << key;
+}
+
+TEST( DriverRegistry, EveryNameHasAFactory ) {
+    for ( const auto &[ key, factory ] : drivers )
+        EXPECT_TRUE( factory ) << key;
+}
+
+TEST( DriverRegistry, NamesThatShareAFactoryMakeTheSameClass ) {
+    EXPECT_EQ( typeid( *make( "Dummy" ) ), typeid( Drivers::Dummy ) );
+    EXPECT_EQ( typeid( *make( "GpioDriver" ) ), typeid( Drivers::Dummy ) );
+    EXPECT_EQ( typeid( *make( "GenericSmbusMux" ) ), typeid( Drivers::GenericSmbusMux ) );
+    EXPECT_EQ( typeid( *make( "PCA9548" ) ), typeid( Drivers::GenericSmbusMux ) );
+}
+
+TEST( DriverRegistry, GenericExpanderIsMadeByItsOwnName ) {
+    Drivers::DriverArgs args;
+    args.driverArgs = { { "bank-io-0", "255" }, { "bank-io-1", "255" } };
+    EXPECT_EQ( typeid( *make( "GenericPCA9555", args ) ), typeid( Drivers::GenericPCA9555 ) );
+}
+
+TEST( DriverRegistry, NamesAreCaseSensitive ) {
+    Drivers::DriverArgs args;
+    for ( const char *key : { "dummy", "DUMMY", "pca9548", "pmbus", "ipmi", "" } ) {
+        args.driver = key;
+        EXPECT_EQ( DeviceBase::callDriverFactoryFunc( args, nullptr ), nullptr ) << key;
+        EXPECT_EQ( FakeHost::instance().traces.back(),
+                   ( Trace{ 0, std::string( "driver " ) + key + " not found" } ) );
+    }
+}
+
+} // namespace
