@@ -63,9 +63,8 @@ void readField( const rapidjson::Value &value, const char ( &name )[ size ], Sto
         store( it->value.GetUint() );
 }
 
-constexpr uint32_t mask( unsigned bits ) {
-    return ( 1u << bits ) - 1;
-}
+template <unsigned bits>
+constexpr uint32_t mask = ( 1u << bits ) - 1;
 
 } // namespace
 
@@ -74,15 +73,15 @@ void fillAddressFromJSON( const rapidjson::Value &value, HamAddress &addr ) {
     assert( value.HasMember( "address" ) );
     addr = HamAddress{};
     addr.addrSize = 1;
-    addr.address = value[ "address" ].GetUint() & mask( 7 );
-    readField( value, "writeDelay", [ & ]( uint32_t v ) { addr.writeDelay = v & mask( 2 ); } );
-    readField( value, "readDelay", [ & ]( uint32_t v ) { addr.readDelay = v & mask( 2 ); } );
-    readField( value, "busTimeout", [ & ]( uint32_t v ) { addr.busTimeout = v & mask( 3 ); } );
-    readField( value, "extraDelay", [ & ]( uint32_t v ) { addr.extraDelay = v & mask( 1 ); } );
-    readField( value, "addrSize", [ & ]( uint32_t v ) { addr.addrSize = v & mask( 2 ); } );
+    addr.address = value[ "address" ].GetUint() & mask<7>;
+    readField( value, "writeDelay", [ & ]( uint32_t v ) { addr.writeDelay = v & mask<2>; } );
+    readField( value, "readDelay", [ & ]( uint32_t v ) { addr.readDelay = v & mask<2>; } );
+    readField( value, "busTimeout", [ & ]( uint32_t v ) { addr.busTimeout = v & mask<3>; } );
+    readField( value, "extraDelay", [ & ]( uint32_t v ) { addr.extraDelay = v & mask<1>; } );
+    readField( value, "addrSize", [ & ]( uint32_t v ) { addr.addrSize = v & mask<2>; } );
     // The field holds two bits, so a 4 arrives here as 0 and is refused.
     assert( addr.addrSize == 1 || addr.addrSize == 2 || addr.addrSize == 4 );
-    readField( value, "accel", [ & ]( uint32_t v ) { addr.accelerator = v & mask( 7 ); } );
+    readField( value, "accel", [ & ]( uint32_t v ) { addr.accelerator = v & mask<7>; } );
 }
 
 template <class T>

@@ -26,7 +26,7 @@ target_compile_definitions( orvan_options INTERFACE
     _FILE_OFFSET_BITS=64 _TIME_BITS=64 RAPIDJSON_HAS_STDSTRING=1 )
 # Assertion messages name files relative to the root of the sources.
 target_compile_options( orvan_options INTERFACE
-    -Wall -Wextra -Wconversion -Wno-sign-conversion -Wshadow=local
+    -Wall -Wextra -Wconversion -Wno-sign-conversion $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local>
     "-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=" )
 if( ORVAN_WERROR )
     target_compile_options( orvan_options INTERFACE -Werror )
@@ -36,6 +36,12 @@ if( ORVAN_SANITIZE )
     target_compile_options( orvan_options INTERFACE -Wno-conversion )
     add_compile_options( -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer )
     add_link_options( -fsanitize=address,undefined )
+    if( CMAKE_CXX_COMPILER_ID STREQUAL "Clang" )
+        add_compile_options( "-fsanitize-ignorelist=${CMAKE_SOURCE_DIR}/cmake/sanitize-ignore.txt" )
+    endif()
+endif()
+if( ORVAN_FUZZ )
+    add_compile_options( -fsanitize=fuzzer-no-link )
 endif()
 if( ORVAN_COVERAGE )
     add_compile_options( --coverage -fprofile-abs-path )

@@ -13,6 +13,8 @@
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/Drivers/GenericPCA9555.h"
 #include "OrvanGeneric/Drivers/GenericSmbusMux.h"
+#include "OrvanGeneric/Drivers/Mirelund/MireLedCPLD.h"
+#include "OrvanGeneric/Drivers/MultiSlot.h"
 #include "OrvanGeneric/Drivers/SmbusProxyDriver.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/Topology.h"
@@ -25,7 +27,9 @@ std::map<std::string, DriverFactory> drivers = {
     { "SmbusProxyDriver", SmbusProxyDriver::create },
     { "GenericSmbusMux", GenericSmbusMux::create },
     { "PCA9548", GenericSmbusMux::create },
+    { "MultiSlot", MultiSlot::create },
     { "GenericPCA9555", GenericPCA9555::create },
+    { "MireCLedCPLD", MireCLedCPLD::create },
 };
 
 namespace {
@@ -117,7 +121,12 @@ bool insertDriverArg( const char *text, char **out, const char *name, const char
     rapidjson::StringBuffer buffer;
     rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::ASCII<>> writer(
         buffer );
-    document.Accept( writer );
+    // Parsing lets any bytes and half a surrogate pair through; neither has an escape.
+    if ( !document.Accept( writer ) ) {
+        TRACE( 0, "failed to write psu devArgs: %s",
+               rapidjson::GetParseError_En( rapidjson::kParseErrorStringInvalidEncoding ) );
+        return false;
+    }
     *out = strdup( buffer.GetString() );
     return true;
 }

@@ -58,7 +58,8 @@ struct DriverArgs {
  * @param out    receives the new description: compact, pure ASCII; the caller frees it with free()
  * @param name   the argument's name, UTF-8
  * @param value  its value, UTF-8; becomes a JSON string
- * @return false when @p text is not JSON; @p out is left alone then
+ * @return false when @p text is not JSON or anything to be written is not UTF-8; @p out is left
+ *         alone then
  */
 bool insertDriverArg( const char *text, char **out, const char *name, const char *value );
 

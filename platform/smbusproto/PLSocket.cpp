@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -44,20 +45,23 @@ constexpr milliseconds shortestCoarseTimeout( 40 );
 class Deadline {
   public:
     explicit Deadline( milliseconds timeout )
-        : timeout_( timeout ), end_( std::chrono::steady_clock::now() + timeout ) {}
+        : end_( std::chrono::steady_clock::now() + timeout ),
+          untouched_( timeout >= shortestCoarseTimeout ) {}
 
     std::chrono::microseconds left() const {
         return std::chrono::ceil<std::chrono::microseconds>( end_ -
                                                              std::chrono::steady_clock::now() );
     }
 
-    /** Whether a wait for half of the whole time, ended late, still ends before the deadline. */
-    bool allowsCoarseWait() const {
-        return timeout_ >= shortestCoarseTimeout && left() >= timeout_ * 3 / 4;
-    }
+    /**
+     * Whether the caller may now wait for half of the whole time and end that late: only as the
+     * first wait of a call. Tells so without a look at the clock.
+     */
+    bool takeCoarseWait() { return std::exchange( untouched_, false ); }
 
     /** Waits until @p fd has @p events or an error to report. @return false: ETIMEDOUT */
-    bool waitFor( int fd, short events ) const {
+    bool waitFor( int fd, short events ) {
+        untouched_ = false;
         for ( ;; ) {
             const auto time = std::chrono::ceil<milliseconds>( left() );
             if ( time.count() <= 0 ) {
@@ -74,8 +78,8 @@ class Deadline {
     }
 
   private:
-    milliseconds timeout_;
     std::chrono::steady_clock::time_point end_;
+    bool untouched_; // nothing has waited yet, and the deadline is long enough for a coarse wait
 };
 
 milliseconds timeoutFromEnvironment() {
@@ -116,7 +120,8 @@ bool addressFromEnvironment( sockaddr_un &address ) {
  * Connects @p fd. It waits in connect(2) itself, which alone can wait for room in the service's
  * backlog: poll(2) does not report that, and a non-blocking attempt fails at once.
  */
-bool connectWithin( int fd, const sockaddr_un &address, const Deadline &deadline ) {
+bool connectWithin( int fd, const sockaddr_un &address, Deadline &deadline ) {
+    deadline.takeCoarseWait(); // it is taken here
     for ( auto left = deadline.left(); left.count() > 0; left = deadline.left() ) {
         if ( !halfTimeoutIs( fd, SO_SNDTIMEO, left ) )
             return false;
@@ -130,7 +135,7 @@ bool connectWithin( int fd, const sockaddr_un &address, const Deadline &deadline
 }
 
 /** @return the descriptor of a new connection to the service, -1 with errno set. */
-int openConnection( milliseconds timeout, const Deadline &deadline ) {
+int openConnection( milliseconds timeout, Deadline &deadline ) {
     sockaddr_un address = {};
     if ( !addressFromEnvironment( address ) )
         return -1;
@@ -150,13 +155,16 @@ int openConnection( milliseconds timeout, const Deadline &deadline ) {
  * beyond the last reply, which would be taken for the next one.
  */
 bool isInStep( int fd ) {
-    uint8_t byte;
-    return recv( fd, &byte, sizeof byte, MSG_PEEK | MSG_DONTWAIT ) < 0 && errno == EAGAIN;
+    pollfd descriptor = { fd, POLLIN, 0 };
+    int count;
+    do
+        count = poll( &descriptor, 1, 0 );
+    while ( count < 0 && errno == EINTR );
+    return count == 0;
 }
 
 /** Sends a whole frame. @p sent tells, on failure too, how many bytes may have got through. */
-bool sendFrame( int fd, const uint8_t *frame, size_t size, const Deadline &deadline,
-                size_t &sent ) {
+bool sendFrame( int fd, const uint8_t *frame, size_t size, Deadline &deadline, size_t &sent ) {
     for ( sent = 0; sent < size; ) {
         const ssize_t count = send( fd, frame + sent, size - sent, MSG_NOSIGNAL | MSG_DONTWAIT );
         if ( count >= 0 )
@@ -174,20 +182,19 @@ bool sendFrame( int fd, const uint8_t *frame, size_t size, const Deadline &deadl
  * Waits for bytes and reads what there is, up to @p size.
  *
  * The usual wait is the blocking recv(2) itself, bounded by the socket's own time-out: a poll(2)
- * before it would cost a tenth of a whole exchange. When that time-out is over or does not fit the
- * deadline, poll(2) waits for the exact rest.
+ * before it would cost a tenth of a whole exchange. When that time-out does not suit, or is over,
+ * poll(2) waits for the exact rest.
  *
  * @return the number of bytes; 0: the service closed the connection; -1 with errno set
  */
-ssize_t receiveSome( int fd, uint8_t *data, size_t size, const Deadline &deadline ) {
-    bool coarse = deadline.allowsCoarseWait();
+ssize_t receiveSome( int fd, uint8_t *data, size_t size, Deadline &deadline ) {
     for ( ;; ) {
+        const bool coarse = deadline.takeCoarseWait();
         if ( !coarse && !deadline.waitFor( fd, POLLIN ) )
             return -1;
         const ssize_t count = recv( fd, data, size, coarse ? 0 : MSG_DONTWAIT );
         if ( count >= 0 || ( errno != EAGAIN && errno != EINTR ) )
             return count;
-        coarse = false;
     }
 }
 
@@ -211,7 +218,7 @@ struct ReceivedFrame {
 };
 
 /** Reads one frame to the start of @p buffer, which grows to hold it. */
-ReceivedFrame receiveFrame( int fd, std::vector<uint8_t> &buffer, const Deadline &deadline ) {
+ReceivedFrame receiveFrame( int fd, std::vector<uint8_t> &buffer, Deadline &deadline ) {
     constexpr ReceivedFrame failure = { false, 0, false };
     size_t frameSize = headerSize; // until the header tells
     size_t have = 0;
@@ -264,7 +271,8 @@ int PLSocket::setup() {
     if ( fd_ >= 0 )
         return 0;
     timeout_ = timeoutFromEnvironment();
-    fd_ = openConnection( timeout_, Deadline( timeout_ ) );
+    Deadline deadline( timeout_ );
+    fd_ = openConnection( timeout_, deadline );
     return fd_ >= 0 ? 0 : -1;
 }
 
@@ -292,7 +300,7 @@ int PLSocket::sendRequestWait( const Smbus::TransactionRequest *request,
         disconnect();
     if ( fd_ < 0 )
         timeout_ = timeoutFromEnvironment();
-    const Deadline deadline( timeout_ );
+    Deadline deadline( timeout_ );
 
     for ( ;; ) {
         const bool isNew = fd_ < 0;

@@ -442,6 +442,7 @@ class EndingConnectionTest : public PLSocketTest {
             connection.send( bytes );
         } ) );
         addressIs( peer.path() );
+        ASSERT_EQ( socket_.setup(), 0 ); // an old connection, that might tempt into a second try
         EXPECT_EQ( call( "a" ), error );
         EXPECT_EQ( peer.frames(), 1 ); // it may have been carried out: never again
         EXPECT_EQ( peer.connections(), 1 );
@@ -474,6 +475,7 @@ TEST_F( PLSocketTest, PeerClosesWithTheRequestUnread ) {
         connection.read( 1, some ); // the rest stays unread: the client's end is reset
     } ) );
     addressIs( peer.path() );
+    ASSERT_EQ( socket_.setup(), 0 );
     EXPECT_EQ( call( "a" ), "ECONNRESET" );
     EXPECT_EQ( peer.connections(), 1 );
     EXPECT_EQ( call( "b" ), "reply to b" );
@@ -488,6 +490,7 @@ TEST_F( PLSocketTest, PeerClosesInTheMiddleOfALongRequest ) {
         closed.set();
     } ) );
     addressIs( peer.path() );
+    ASSERT_EQ( socket_.setup(), 0 );
     // More than a socket's buffer: sending cannot be over when the peer closes.
     EXPECT_THAT( call( std::string( oneMebibyte - 23, 'd' ) ),
                  testing::AnyOf( "EPIPE", "ECONNRESET" ) );
@@ -606,6 +609,7 @@ TEST_P( DeadlineTest, LateReplyIsNotTheNextOnes ) {
     } ) );
     addressIs( peer.path() );
     timeoutIs( GetParam() );
+    ASSERT_EQ( socket_.setup(), 0 ); // the socket's own time-out is for old connections
     const int64_t start = now();
     EXPECT_EQ( call( "a" ), "ETIMEDOUT" );
     EXPECT_GE( now() - start, GetParam() - 1 );
@@ -622,6 +626,7 @@ TEST_P( DeadlineTest, PeerThatNeverReads ) {
     SocketPeer peer( firstThenAnswer( [ & ]( Connection & ) { EXPECT_TRUE( timedOut.wait() ); } ) );
     addressIs( peer.path() );
     timeoutIs( GetParam() );
+    ASSERT_EQ( socket_.setup(), 0 );
     const int64_t start = now();
     EXPECT_EQ( call( std::string( oneMebibyte - 23, 'd' ) ), "ETIMEDOUT" );
     EXPECT_GE( now() - start, GetParam() - 1 );
@@ -646,6 +651,7 @@ TEST_P( DeadlineTest, SpansAReplyThatNeverEnds ) {
     } ) );
     addressIs( peer.path() );
     timeoutIs( GetParam() );
+    ASSERT_EQ( socket_.setup(), 0 );
     EXPECT_EQ( call( "a" ), "ETIMEDOUT" );
     timeoutIs( 0 );
     EXPECT_EQ( call( "b" ), "reply to b" );
@@ -737,6 +743,7 @@ TEST_F( InterruptedTest, WaitingForTheReply ) {
         connection.awaitClose();
     } );
     addressIs( peer.path() );
+    ASSERT_EQ( socket_.setup(), 0 );
     EXPECT_EQ( call( "a" ), "undisturbed" );
     EXPECT_EQ( peer.frames(), 1 );
 }
@@ -747,6 +754,7 @@ TEST_F( InterruptedTest, WaitingToSend ) {
         answerAll( connection );
     } );
     addressIs( peer.path() );
+    ASSERT_EQ( socket_.setup(), 0 );
     const std::string data( oneMebibyte - 100, 'd' );
     EXPECT_EQ( call( data ), "reply to " + data );
     EXPECT_EQ( peer.frames(), 1 );

@@ -32,8 +32,17 @@ void pl_fd_watcher_delete( uint32_t watcher ) {
 
 namespace {
 
-TEST( PLSocketWatcher, DestructorDeletesIt ) {
-    SocketPeer peer( []( SocketPeer::Connection &connection ) { connection.awaitClose(); } );
+class PLSocketWatcher : public testing::Test {
+  protected:
+    void SetUp() override { deletedWatchers.clear(); }
+};
+
+TEST_F( PLSocketWatcher, DestructorDeletesItBeforeItCloses ) {
+    support::Event closed;
+    SocketPeer peer( [ & ]( SocketPeer::Connection &connection ) {
+        connection.awaitClose();
+        closed.set();
+    } );
     setenv( "PL_SMBUS_SOCKET", peer.path().c_str(), 1 );
     {
         PLSocket socket;
@@ -44,10 +53,10 @@ TEST( PLSocketWatcher, DestructorDeletesIt ) {
     }
     EXPECT_THAT( deletedWatchers, ElementsAre( 7u ) );
     EXPECT_TRUE( descriptorWasOpen );
-    EXPECT_LT( fcntl( watchedDescriptor, F_GETFD ), 0 );
+    EXPECT_TRUE( closed.wait() );
 }
 
-TEST( PLSocketWatcher, IsDeletedOnceWithAConnectionThatFails ) {
+TEST_F( PLSocketWatcher, IsDeletedOnceWithAConnectionThatFails ) {
     SocketPeer peer( []( SocketPeer::Connection &connection ) {
         std::string message;
         connection.readFrame( message );
@@ -67,7 +76,7 @@ TEST( PLSocketWatcher, IsDeletedOnceWithAConnectionThatFails ) {
     EXPECT_THAT( deletedWatchers, ElementsAre( 7u ) );
 }
 
-TEST( PLSocketWatcher, NoneToDelete ) {
+TEST_F( PLSocketWatcher, NoneToDelete ) {
     SocketPeer peer( []( SocketPeer::Connection &connection ) { connection.awaitClose(); } );
     setenv( "PL_SMBUS_SOCKET", peer.path().c_str(), 1 );
     {
