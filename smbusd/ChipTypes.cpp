@@ -4,8 +4,10 @@
 #include "smbusd/chips/Eeprom.h"
 #include "smbusd/chips/Pca9548.h"
 #include "smbusd/chips/Pca9555.h"
+#include "smbusd/chips/Pca9698.h"
 #include "smbusd/chips/Psoc.h"
 #include "smbusd/chips/RegisterFile.h"
+#include "smbusd/chips/XcvrCpld.h"
 
 namespace smbusd {
 
@@ -20,9 +22,11 @@ const std::vector<ChipType> &chipTypes() {
         { "pca9548", {}, &Pca9548::create },
         { "pca9555", { "registers" }, &Pca9555::create },
         { "psoc", { "fans", "spinUpMs", "stallRpm", "duty", "temperatures" }, &Psoc::create },
+        { "pca9698", { "registers" }, &Pca9698::create },
         { "registers",
           { "width", "byteOrder", "count", "fill", "registers", "readOnly" },
           &RegisterFile::create },
+        { "xcvr-cpld", { "cages" }, &XcvrCpld::create },
     };
     return types;
 }

@@ -14,7 +14,10 @@
 #include "OrvanGeneric/Drivers/GenericPCA9555.h"
 #include "OrvanGeneric/Drivers/GenericSmbusMux.h"
 #include "OrvanGeneric/Drivers/Mirelund/MireLedCPLD.h"
+#include "OrvanGeneric/Drivers/Mirelund/MireSPCA9555.h"
+#include "OrvanGeneric/Drivers/Mirelund/MirelundCPLD.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9555.h"
+#include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9698.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirelundPsoc.h"
 #include "OrvanGeneric/Drivers/MultiSlot.h"
 #include "OrvanGeneric/Drivers/SmbusProxyDriver.h"
@@ -29,11 +32,16 @@ std::map<std::string, DriverFactory> drivers = {
     { "SmbusProxyDriver", SmbusProxyDriver::create },
     { "GenericSmbusMux", GenericSmbusMux::create },
     { "PCA9548", GenericSmbusMux::create },
+    { "MireQCPLD", MirelundQCPLD::create },
     { "MultiSlot", MultiSlot::create },
     { "GenericPCA9555", GenericPCA9555::create },
     { "MirelundPCA9555", MirelundPCA9555::create },
     { "MirelundPsoc", MirelundPsoc::create },
+    { "MirelundSFP", MirelundSFP::create },
+    { "MireSPCA9555", MireSQSFP::create },
     { "MireCLedCPLD", MireCLedCPLD::create },
+    { "MireYQSFP", MireYQSFP::create },
+    { "MireYCPLD", MirelundYCPLD::create },
 };
 
 namespace {
