@@ -208,8 +208,18 @@ TEST_F( Psoc, RegistersAreSetFromTheBench ) {
     EXPECT_THROW( chip.poke( 1, 0u ), smbusd::ChipError );
 }
 
+TEST_F( SlowPsoc, FirstUseFindsTheFansTurning ) {
+    set( "fan1.present", 0 );
+    set( "fan1.present", 1 );
+    set( "fan2.blocked", 1 );
+    EXPECT_EQ( word( firstSpeed ), 10000u );
+    EXPECT_EQ( word( firstSpeed + 2 ), 0u );
+}
+
 TEST_F( SlowPsoc, SpeedNearsTheDutysByAThirdOfTheRestEachTimeConstant ) {
-    EXPECT_EQ( word( firstSpeed ), 0u ); // power has just come up
+    EXPECT_EQ( word( firstSpeed ), 10000u ); // it has been running for long
+    test.board.powerOn();
+    EXPECT_EQ( word( firstSpeed ), 0u );
     test.scheduler.advance( std::chrono::seconds( 1 ) );
     EXPECT_EQ( word( firstSpeed ), 6321u ); // 10000 * ( 1 - 1/e )
     EXPECT_EQ( word( firstSpeed + 2 ), 3161u );
