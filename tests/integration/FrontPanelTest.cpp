@@ -1,7 +1,7 @@
 /** Transceivers end to end: the built library on the front panel board's emulated chips. */
 #include <gtest/gtest.h>
 
-#include "tests/integration/EmulatedBoard.h"
+#include "tests/integration/FrontPanelBoard.h"
 #include "tests/integration/MovableClock.h"
 #include "tests/support/FakeHost.h"
 
@@ -30,7 +30,7 @@ class FrontPanelTest : public testing::Test {
         MovableClock::advance( cacheAge );
     }
 
-    EmulatedBoard board_{ "mirelund-frontpanel" };
+    FrontPanelBoard board_{ "mirelund-frontpanel" };
     FakeHost &host_ = FakeHost::instance();
 };
 

@@ -102,7 +102,7 @@ struct Place {
     unsigned address = 0;
     unsigned registerSize = 1;
 
-    Place at( unsigned otherAddress ) const {
+    constexpr Place at( unsigned otherAddress ) const {
         Place other = *this;
         other.address = otherAddress;
         return other;

@@ -1,0 +1,115 @@
+#include "tests/integration/EmulatedBoard.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+const std::string boards = ORVAN_SOURCE_DIR "/boards/";
+
+/** What the monotonic clock shows once there is a board, so that no test depends on real time. */
+bool clockIsTheTests = false;
+time_t shownSeconds = 1000;
+
+std::string edited( std::string text, const std::function<void( std::string & )> &edit ) {
+    edit( text );
+    return text;
+}
+
+std::string compact( const rapidjson::Value &value ) {
+    rapidjson::StringBuffer buffer;
+    rapidjson::Writer<rapidjson::StringBuffer> writer( buffer );
+    value.Accept( writer );
+    return buffer.GetString();
+}
+
+} // namespace
+
+// The library's clock, since the dynamic linker finds this one first.
+extern "C" int clock_gettime( clockid_t clock, timespec *time ) noexcept {
+    if ( clock == CLOCK_MONOTONIC && clockIsTheTests ) {
+        *time = {};
+        time->tv_sec = shownSeconds;
+        return 0;
+    }
+#ifdef SYS_clock_gettime64
+    constexpr long call = SYS_clock_gettime64;
+#else
+    constexpr long call = SYS_clock_gettime;
+#endif
+    return static_cast<int>( syscall( call, clock, time ) );
+}
+
+EmulatedBoard::EmulatedBoard( const std::string &name,
+                              const std::function<void( std::string & )> &edit )
+    : service( edited( fileText( boards + name + "/hardware.json" ), edit ) ),
+      topology_( fileText( boards + name + "/topology.json" ) ) {
+    clockIsTheTests = true;
+    setenv( "PL_SMBUS_SOCKET", service.socket().c_str(), 1 );
+    peripherals_.Parse( fileText( boards + name + "/peripherals.json" ) );
+    if ( peripherals_.HasParseError() )
+        throw std::runtime_error( "peripherals.json of " + name + " is not JSON" );
+}
+
+void *EmulatedBoard::addRecord( const std::string &name ) {
+    for ( const rapidjson::Value &row : peripherals_.GetArray() ) {
+        if ( name != row[ "name" ].GetString() )
+            continue;
+        const std::string kind = row[ "kind" ].GetString();
+        if ( initialised_.insert( kind ).second &&
+             library.entry<pl_status( const char * )>( "pl_" + kind + "_init" )(
+                 topology_.c_str() ) != PL_STATUS_OK )
+            throw std::runtime_error( "pl_" + kind + "_init failed" );
+        void *const symbol = library.symbol( "pl_" + kind + "_add" );
+        // The library keeps pointing into the text for as long as the peripheral lives.
+        const char *const description = strdup( compact( row[ "description" ] ).c_str() );
+        if ( kind == "temp_sensor" )
+            return reinterpret_cast<decltype( pl_temp_sensor_add ) *>( symbol )(
+                description, row[ "alert" ].GetFloat(), row[ "critical" ].GetFloat() );
+        return reinterpret_cast<void *( * )( const char * )>( symbol )( description );
+    }
+    throw std::runtime_error( "the board has no peripheral " + name );
+}
+
+std::string EmulatedBoard::ctl( const std::vector<std::string> &words ) const {
+    std::vector<std::string> command = { ORVAN_BIN_DIR "/smbusctl", "--control",
+                                         service.control() };
+    command.insert( command.end(), words.begin(), words.end() );
+    const test::Finished finished = test::runProgram( command );
+    if ( finished.exitCode != 0 )
+        throw std::runtime_error( "smbusctl failed: " + finished.errors );
+    return finished.output;
+}
+
+unsigned EmulatedBoard::peek( const std::string &chip, unsigned reg ) const {
+    rapidjson::Document answer;
+    answer.Parse( ctl( { "--json", "read", chip, std::to_string( reg ) } ) );
+    return answer[ "registers" ][ 0 ][ "value" ].GetUint();
+}
+
+void EmulatedBoard::passTime( unsigned seconds ) {
+    shownSeconds += static_cast<time_t>( seconds );
+}
+
+void replaceIn( std::string &text, const std::string &from, const std::string &to ) {
+    const size_t at = text.find( from );
+    if ( at == std::string::npos )
+        throw std::runtime_error( "there is no " + from );
+    text.replace( at, from.size(), to );
+}
+
+std::string fileText( const std::string &path ) {
+    std::ifstream stream( path, std::ios::binary );
+    if ( !stream )
+        throw std::runtime_error( "cannot read " + path );
+    return { std::istreambuf_iterator<char>( stream ), std::istreambuf_iterator<char>() };
+}
