@@ -49,6 +49,10 @@ void *EmulatedBoard::addRecord( const std::string &name ) {
                  topology_.c_str() ) != PL_STATUS_OK )
             throw std::runtime_error( "pl_" + kind + "_init failed" );
         void *const symbol = library.symbol( "pl_" + kind + "_add" );
+        if ( kind == "smbus" )
+            return reinterpret_cast<decltype( pl_smbus_add ) *>( symbol )(
+                row[ "description" ][ "label" ].GetString(),
+                static_cast<unsigned char>( row[ "description" ][ "address" ].GetUint() ) );
         // The library keeps pointing into the text for as long as the peripheral lives.
         const char *const description = strdup( compact( row[ "description" ] ).c_str() );
         if ( kind == "temp_sensor" )
