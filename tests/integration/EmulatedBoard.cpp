@@ -1,7 +1,7 @@
 #include "tests/integration/EmulatedBoard.h"
 
 #include <cstdlib>
-#include <cstring>
+#include <deque>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -49,8 +49,10 @@ void *EmulatedBoard::addRecord( const std::string &name ) {
                  topology_.c_str() ) != PL_STATUS_OK )
             throw std::runtime_error( "pl_" + kind + "_init failed" );
         void *const symbol = library.symbol( "pl_" + kind + "_add" );
-        // The library keeps pointing into the text for as long as the peripheral lives.
-        const char *const description = strdup( compact( row[ "description" ] ).c_str() );
+        // The library may keep pointing into the text for as long as the peripheral lives.
+        static std::deque<std::string> descriptions;
+        const char *const description =
+            descriptions.emplace_back( compact( row[ "description" ] ) ).c_str();
         if ( kind == "temp_sensor" )
             return reinterpret_cast<decltype( pl_temp_sensor_add ) *>( symbol )(
                 description, row[ "alert" ].GetFloat(), row[ "critical" ].GetFloat() );
