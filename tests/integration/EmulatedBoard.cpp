@@ -1,7 +1,7 @@
 #include "tests/integration/EmulatedBoard.h"
 
 #include <cstdlib>
-#include <cstring>
+#include <deque>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -53,8 +53,10 @@ void *EmulatedBoard::addRecord( const std::string &name ) {
             return reinterpret_cast<decltype( pl_smbus_add ) *>( symbol )(
                 row[ "description" ][ "label" ].GetString(),
                 static_cast<unsigned char>( row[ "description" ][ "address" ].GetUint() ) );
-        // The library keeps pointing into the text for as long as the peripheral lives.
-        const char *const description = strdup( compact( row[ "description" ] ).c_str() );
+        // The library may keep pointing into the text for as long as the peripheral lives.
+        static std::deque<std::string> descriptions;
+        const char *const description =
+            descriptions.emplace_back( compact( row[ "description" ] ) ).c_str();
         if ( kind == "temp_sensor" )
             return reinterpret_cast<decltype( pl_temp_sensor_add ) *>( symbol )(
                 description, row[ "alert" ].GetFloat(), row[ "critical" ].GetFloat() );
