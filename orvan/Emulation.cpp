@@ -49,14 +49,28 @@ void remember( char ( &to )[ 256 ], const std::string &text ) {
     to[ length ] = '\0';
 }
 
-/** Only async-signal-safe calls: the library may be anywhere when a signal comes. */
+/**
+ * Ends the service, politely first. Only async-signal-safe calls: a signal handler ends it too, and
+ * then the library may be anywhere.
+ */
+void endService( pid_t pid ) {
+    ::kill( pid, SIGTERM );
+    for ( int waited = 0; ::waitpid( pid, nullptr, WNOHANG ) == 0; waited += probeIntervalMs ) {
+        if ( waited >= endLimitMs ) {
+            ::kill( pid, SIGKILL );
+            ::waitpid( pid, nullptr, 0 );
+            break;
+        }
+        ::poll( nullptr, 0, probeIntervalMs );
+    }
+}
+
 void endOnSignal( int signal ) {
     const int savedErrno = errno;
     if ( runningService > 0 ) {
-        ::kill( runningService, SIGKILL );
-        ::waitpid( runningService, nullptr, 0 );
+        endService( runningService );
         runningService = -1;
-        ::unlink( socketToRemove );
+        ::unlink( socketToRemove ); // the service removes it itself unless it was killed
         if ( *folderToRemove ) {
             ::rmdir( folderToRemove );
         }
@@ -230,22 +244,13 @@ void Emulation::awaitReady( const EmulationOptions &options, int ready ) {
 
 void Emulation::end() {
     if ( pid_ > 0 ) {
-        ::kill( pid_, SIGTERM );
-        int waited = 0;
-        while ( ::waitpid( pid_, nullptr, WNOHANG ) == 0 ) {
-            if ( ( waited += probeIntervalMs ) > endLimitMs ) {
-                ::kill( pid_, SIGKILL );
-                ::waitpid( pid_, nullptr, 0 );
-                break;
-            }
-            ::poll( nullptr, 0, probeIntervalMs );
-        }
+        endService( pid_ );
         pid_ = -1;
         runningService = -1;
         handleSignals( SIG_DFL );
     }
     if ( !folder_.empty() ) {
-        ::unlink( socket_.c_str() ); // the service removes it itself unless it was killed
+        ::unlink( socket_.c_str() );
         ::rmdir( folder_.c_str() );
         folder_.clear();
     }

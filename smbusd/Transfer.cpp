@@ -22,7 +22,9 @@ class Message {
             return { Outcome::BusStuck };
         }
         carryOut();
-        wire_.stop();
+        if ( result_.outcome != Outcome::ArbitrationLost ) {
+            wire_.stop(); // the bus is another master's otherwise
+        }
         return std::move( result_ );
     }
 

@@ -131,6 +131,7 @@ void SmbusDevice::prepareRead() {
     if ( !shape_.readable || shape_.kind == CommandShape::Kind::Send ) {
         misuse( fmt::format( "read of the write-only command 0x{:02X}", command_ ) );
         refused( SmbusMisuse::BadData );
+        replied_ = 1; // not even a packet error code comes
         return;
     }
     reply_ = readCommand( command_ );

@@ -1,112 +1,62 @@
 #pragma once
 
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
+#include <functional>
+#include <map>
+#include <set>
 #include <string>
+#include <vector>
 
 #include <pl/pl.h>
 #include <rapidjson/document.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
 
 #include "tests/integration/LoadedLibrary.h"
+#include "tests/support/FakeHost.h"
 #include "tests/support/SmbusdProcess.h"
 
 /**
- * A board of the project, brought up whole: its hardware emulated by a real smbusd, its topology and
- * peripherals given to the built library, this process as the host.
+ * A board of boards/ as its host meets it: the built library, its real client and a real smbusd on
+ * the board's emulated hardware. The host's timers are FakeHost's and fire when the test says so.
+ * One for a process, as the library has only one topology and one socket.
  */
 class EmulatedBoard {
   public:
-    /** @param name  a folder of boards/ */
-    explicit EmulatedBoard( const std::string &name )
-        : service( text( name, "hardware" ) ), topology_( text( name, "topology" ) ) {
-        peripherals_.Parse( text( name, "peripherals" ) );
-        setenv( "PL_SMBUS_SOCKET", service.socket().c_str(), 1 );
+    /**
+     * @param name  folder in boards/
+     * @param edit  changes the text of the board's hardware.json, so that the test does not depend
+     *              on what takes time there
+     */
+    explicit EmulatedBoard(
+        const std::string &name,
+        const std::function<void( std::string & )> &edit = []( auto & ) {} );
+
+    /** Adds the peripheral of that name as peripherals.json describes it; null on failure. */
+    template <class Record>
+    Record *add( const std::string &name ) {
+        return static_cast<Record *>( addRecord( name ) );
     }
 
-    /** All peripherals, as the board lists them. */
-    const rapidjson::Document &peripherals() const { return peripherals_; }
+    /** Runs smbusctl with these words; it must succeed. @return what it printed */
+    std::string ctl( const std::vector<std::string> &words ) const;
+    /** A register of an emulated chip, looked at behind the bus's back. */
+    unsigned peek( const std::string &chip, unsigned reg ) const;
 
-    /** Adds the transceiver of that name; null as the library answers. */
-    pl_xcvr *addXcvr( const std::string &name ) {
-        if ( library_.entry<decltype( pl_xcvr_init )>( "pl_xcvr_init" )( topology_.c_str() ) !=
-             PL_STATUS_OK )
-            throw std::runtime_error( "pl_xcvr_init failed" );
-        return library_.entry<decltype( pl_xcvr_add )>( "pl_xcvr_add" )(
-            description( name ).c_str() );
-    }
-    /** Adds the GPIO line of that name; null as the library answers. */
-    pl_gpio *addGpio( const std::string &name ) {
-        if ( library_.entry<decltype( pl_gpio_init )>( "pl_gpio_init" )( topology_.c_str() ) !=
-             PL_STATUS_OK )
-            throw std::runtime_error( "pl_gpio_init failed" );
-        return library_.entry<decltype( pl_gpio_add )>( "pl_gpio_add" )(
-            description( name ).c_str() );
-    }
+    /** The library's monotonic clock stands still but for this. */
+    static void passTime( unsigned seconds );
 
-    /** Asks the service's control socket; throws when it refuses. */
-    rapidjson::Document control( const std::string &request ) const {
-        test::RawClient client( service.control() );
-        client.sendBytes( request + "\n" );
-        const auto line = client.receiveLine();
-        rapidjson::Document answer;
-        answer.Parse( line.value_or( "" ) );
-        if ( answer.HasParseError() || !answer[ "ok" ].GetBool() )
-            throw std::runtime_error( "refused: " + request + ": " + line.value_or( "no answer" ) );
-        return answer;
-    }
-    void plug( const std::string &unit ) const { order( "plug", unit ); }
-    void unplug( const std::string &unit ) const { order( "unplug", unit ); }
-    void setInput( const std::string &chip, const std::string &input, int value ) const {
-        control( R"({ "command": "set", "chip": ")" + chip + R"(", "input": ")" + input +
-                 R"(", "value": )" + std::to_string( value ) + " }" );
-    }
-    /** A register of an emulated chip, looked at behind its bus's back. */
-    unsigned registerOf( const std::string &chip, unsigned reg ) const {
-        const auto answer = control( R"({ "command": "read", "chip": ")" + chip +
-                                     R"(", "register": )" + std::to_string( reg ) + " }" );
-        return answer[ "registers" ][ 0 ][ "value" ].GetUint();
-    }
-    /** A counter of a chip or bus: "transactions", "operations" and so on. */
-    unsigned counter( const std::string &owner, const char *which ) const {
-        const auto answer = control( R"({ "command": "counters" })" );
-        for ( const char *kind : { "buses", "chips" } )
-            for ( const auto &counters : answer[ kind ].GetArray() )
-                if ( counters[ "name" ].GetString() == owner )
-                    return counters[ which ].GetUint();
-        throw std::runtime_error( "no counters of " + owner );
-    }
-
+    FakeHost &host = FakeHost::instance();
+    LoadedLibrary library;
     test::SmbusdProcess service;
 
   private:
-    static std::string text( const std::string &board, const std::string &file ) {
-        const std::string path = ORVAN_SOURCE_DIR "/boards/" + board + "/" + file + ".json";
-        std::ifstream stream( path );
-        if ( !stream )
-            throw std::runtime_error( "cannot read " + path );
-        return { std::istreambuf_iterator<char>( stream ), std::istreambuf_iterator<char>() };
-    }
-    std::string description( const std::string &name ) const {
-        for ( const auto &peripheral : peripherals_.GetArray() ) {
-            if ( peripheral[ "name" ].GetString() != name )
-                continue;
-            rapidjson::StringBuffer buffer;
-            rapidjson::Writer<rapidjson::StringBuffer> writer( buffer );
-            peripheral[ "description" ].Accept( writer );
-            return buffer.GetString();
-        }
-        throw std::runtime_error( "the board has no peripheral " + name );
-    }
-    void order( const char *command, const std::string &unit ) const {
-        control( std::string( R"({ "command": ")" ) + command + R"(", "name": ")" + unit +
-                 R"(" })" );
-    }
+    void *addRecord( const std::string &name );
 
     std::string topology_;
     rapidjson::Document peripherals_;
-    LoadedLibrary library_;
+    std::set<std::string> initialised_;
 };
+
+/** Replaces the one place where @p text has @p from; throws when there is none. */
+void replaceIn( std::string &text, const std::string &from, const std::string &to );
+
+/** The whole of a file; throws when it cannot be read. */
+std::string fileText( const std::string &path );

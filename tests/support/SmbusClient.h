@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <optional>
 #include <stdexcept>
@@ -87,6 +88,13 @@ class RawClient {
         return got == 0 || ( got < 0 && errno == ECONNRESET );
     }
 
+    /** Whether nothing has come and the connection still stands, looking without waiting. */
+    bool silent() {
+        char byte;
+        return ::recv( fd_, &byte, 1, MSG_PEEK | MSG_DONTWAIT ) < 0 &&
+               ( errno == EAGAIN || errno == EWOULDBLOCK );
+    }
+
     void finishSending() { ::shutdown( fd_, SHUT_WR ); }
 
   private:
@@ -102,7 +110,7 @@ struct Place {
     unsigned address = 0;
     unsigned registerSize = 1;
 
-    Place at( unsigned otherAddress ) const {
+    constexpr Place at( unsigned otherAddress ) const {
         Place other = *this;
         other.address = otherAddress;
         return other;

@@ -1,9 +1,7 @@
 #include "OrvanGeneric/Drivers/Helpers.h"
 
-#include <csignal>
 #include <cstdio>
 #include <ctime>
-#include <fstream>
 #include <memory>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -15,8 +13,10 @@
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/Ham/Hams.h"
 #include "OrvanGeneric/TopologyVisitor.h"
+#include "tests/support/AllocationFailure.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
+#include "tests/support/TracesOnAbort.h"
 
 namespace {
 
@@ -108,19 +108,13 @@ TEST( FormatFdl, KeyThatIsAllReplacedIsUnknown ) {
 TEST( FormatFdl, UnknownKeyIsTracedWithItsBraces ) {
     FormatFdl fdl( "{serialNum}" );
     fdl.start();
-    // The traces of the dying process are seen by its own abort handler.
     EXPECT_DEATH(
         {
-            std::signal( SIGABRT, []( int ) {
-                const Traces expected = {
-                    { 5, "FormatFdl::set( 'modelName', 'Fan' )" },
-                    { 0, "Error: FormatFdl::set -- invalid key '{modelName}'" } };
-                std::fputs( FakeHost::instance().traces == expected ? "traced\n" : "not traced\n",
-                            stderr );
-            } );
+            const TracesOnAbort traces;
             fdl.set( "modelName", "Fan" );
         },
-        "\ntraced\n" );
+        "trace 5: FormatFdl::set\\( 'modelName', 'Fan' \\)\n"
+        "trace 0: Error: FormatFdl::set -- invalid key '.modelName.'\n" );
 }
 
 TEST( FormatFdl, SetBeforeStartAborts ) {
@@ -256,19 +250,10 @@ TEST( RunCmd, CommandThatCannotBeStartedFails ) {
 }
 
 TEST( RunCmd, OutputBeyondTheMemoryEndsTheCommandAndFails ) {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "the sanitizer's memory cannot be limited";
-#endif
-    unsigned long pages = 0;
-    std::ifstream( "/proc/self/statm" ) >> pages;
-    rlimit memory;
-    getrlimit( RLIMIT_AS, &memory );
-    const rlimit little = { pages * static_cast<unsigned long>( getpagesize() ) + ( 64u << 20 ),
-                            memory.rlim_max };
-    setrlimit( RLIMIT_AS, &little );
     std::string output;
+    const AllocationFailure failure( 1u << 20 );
     EXPECT_EQ( Drivers::runCmd( "yes", output, ample ), PL_STATUS_FAILED );
-    setrlimit( RLIMIT_AS, &memory );
+    EXPECT_TRUE( failure.happened() );
     EXPECT_EQ( output.substr( 0, 6 ), "y\ny\ny\n" );
 }
 
@@ -394,15 +379,10 @@ TEST_F( DeviceByLabel, UnknownLabelIsTraced ) {
     load( unnamedDriver );
     EXPECT_DEATH(
         {
-            std::signal( SIGABRT, []( int ) {
-                std::fputs( FakeHost::instance().traced( 0, "Unable to locate device nothing" )
-                                ? "traced\n"
-                                : "not traced\n",
-                            stderr );
-            } );
+            const TracesOnAbort traces;
             Drivers::getHardwareDeviceByLabel( "nothing", "Dummy" );
         },
-        "\ntraced\n" );
+        "trace 0: Unable to locate device nothing\n" );
 }
 
 TEST_F( DeviceByLabel, LabelOfABusAborts ) {

@@ -1,8 +1,6 @@
 #include "OrvanGeneric/Drivers/Mirelund/MirelundPsoc.h"
 
 #include <climits>
-#include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -17,6 +15,7 @@
 #include "OrvanGeneric/Topology.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
+#include "tests/support/TracesOnAbort.h"
 
 namespace {
 
@@ -123,15 +122,10 @@ TEST_F( MirelundPsocTest, TimerThatCannotBeArmedIsTracedBeforeTheAbort ) {
     host_.refuseTimerSet = true;
     EXPECT_DEATH(
         {
-            std::signal( SIGABRT, []( int ) {
-                std::fputs( FakeHost::instance().traced( 0, "failed to set timer interval" )
-                                ? "traced\n"
-                                : "not traced\n",
-                            stderr );
-            } );
+            const TracesOnAbort traces;
             driver_->init();
         },
-        "\ntraced\n" );
+        "trace 0: setting polling interval to 1000ms\ntrace 0: failed to set timer interval\n" );
 }
 
 TEST_F( MirelundPsocTest, HostWithoutTimersAborts ) {
