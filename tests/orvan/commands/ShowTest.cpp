@@ -99,9 +99,8 @@ TEST_F( ShowTest, Json ) {
                R"("stalled":{"status":"ok","value":"no"},)"
                R"("debug":{"status":"ok","value":null}}},)"
                R"({"name":"gone","kind":"gpio","driver":"Dummy","where":"bus 0, 0x20",)"
-               R"("failure":"pl_gpio_add answered null (the library's last trace: there is no )"
-               R"(such device)"
-}])"
+               R"j("failure":"pl_gpio_add answered null (the library's last trace: there is no )j"
+               R"j(such device)"}])j"
                "\n" );
 }
 

@@ -27,8 +27,8 @@ std::string problemsOf( const char *text ) {
     JsonFile file;
     Problems problems;
     EXPECT_TRUE( orvan::parseJsonText( "f", text, file, problems ) );
-    EXPECT_EQ( schema.check( "thing", file, file.document, "/at", problems ),
-               !problems.hasErrors() );
+    const bool good = schema.check( "thing", file, file.document, "/at", problems );
+    EXPECT_EQ( good, !problems.hasErrors() );
     return problems.text();
 }
 

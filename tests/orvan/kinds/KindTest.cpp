@@ -172,6 +172,8 @@ TEST_F( KindTest, SfpCage ) {
     EXPECT_THAT( takeCalls(), ElementsAre( "set_tx_disable 1", "set_tx_disable 0" ) );
     state_.presence = PL_STATUS_TRANSPORT;
     EXPECT_EQ( readings( cage )[ 1 ], "present transport" );
+    state_.presence = 99;
+    EXPECT_EQ( readings( cage )[ 1 ], "present failed" ) << "no status either";
     EXPECT_THAT( [ & ] { set( cage, "txdisable", "maybe" ); },
                  ThrowsMessage<BadInput>(
                      "txdisable cannot be set to \"maybe\"; expected on, off, 1 or 0" ) );
@@ -263,8 +265,7 @@ TEST( Kind, ValuesAreShownWithTheirDecimals ) {
     const orvan::Reading reading{ "r", "", 2, nullptr };
     EXPECT_EQ( valueText( reading, orvan::Value::of( 1.005 ) ), "1.00" );
     EXPECT_EQ( valueText( reading, orvan::Value::of( -3ll ) ), "-3" );
-    EXPECT_EQ( valueText( reading, orvan::Value::failed( static_cast<pl_status>( 9 ) ) ),
-               "status 9" );
+    EXPECT_EQ( valueText( reading, orvan::Value::failed( PL_STATUS_FAILED ) ), "failed" );
     orvan::Value thrown;
     thrown.exception = "X: y";
     EXPECT_EQ( valueText( reading, thrown ), "threw X: y" );
