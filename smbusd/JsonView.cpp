@@ -16,9 +16,20 @@ namespace {
 
 constexpr size_t longestShownValue = 60;
 
+/** Stops at the nesting that no message shows any more: a stranger's could cost all the stack. */
+class ShortWriter : public rapidjson::Writer<rapidjson::StringBuffer> {
+  public:
+    explicit ShortWriter( rapidjson::StringBuffer &buffer ) : Writer( buffer ), buffer_( buffer ) {}
+    bool StartArray() { return Writer::StartArray() && buffer_.GetSize() <= longestShownValue; }
+    bool StartObject() { return Writer::StartObject() && buffer_.GetSize() <= longestShownValue; }
+
+  private:
+    rapidjson::StringBuffer &buffer_;
+};
+
 std::string shown( const rapidjson::Value &value ) {
     rapidjson::StringBuffer buffer;
-    rapidjson::Writer<rapidjson::StringBuffer> writer( buffer );
+    ShortWriter writer( buffer );
     value.Accept( writer );
     std::string text( buffer.GetString(), buffer.GetSize() );
     if ( text.size() > longestShownValue ) {

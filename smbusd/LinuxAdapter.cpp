@@ -19,36 +19,38 @@ extern "C" {
 
 namespace smbusd {
 
-namespace {
-
 /**
- * Error numbers of the kernel's I2C layer, by its own fault code conventions. A missing
- * acknowledge is one number whatever byte it was, so only what cannot have moved a register
- * pointer, a receive or a send byte, counts as without effect.
+ * By the kernel's fault code conventions. ENXIO is a missing acknowledge of an address; EREMOTEIO
+ * may be that of any byte, so it counts as without effect only where there is no byte besides the
+ * address and a harmless one. Of a process call either may come behind its data.
  */
-Result failure( const Operation &operation, int error ) {
-    const bool oneByte = operation.kind == Operation::Kind::ReceiveByte ||
-                         operation.kind == Operation::Kind::SendByte;
-    const auto detail = [ error ] { return std::string( std::strerror( error ) ); };
+Result adapterFailure( const Operation &operation, int error ) {
+    const std::string detail = std::strerror( error );
+    const bool oneByte = operation.kind == Operation::Kind::ReceiveByte;
+    const bool calls = operation.kind == Operation::Kind::ProcessCall;
     switch ( error ) {
     case ENXIO:
+        return calls ? Result{ Outcome::ReadAddressNack, {}, "no acknowledge: " + detail }
+                     : Result{ Outcome::AddressNack };
     case EREMOTEIO:
         return oneByte ? Result{ Outcome::AddressNack }
-                       : Result{ Outcome::DataNack, {}, "no acknowledge: " + detail() };
+                       : Result{ Outcome::DataNack, {}, "no acknowledge: " + detail };
     case EAGAIN:
         return { Outcome::ArbitrationLost };
     case ETIMEDOUT:
-        return { Outcome::TimedOut, {}, "timed out: " + detail() };
+        return { Outcome::TimedOut, {}, "timed out: " + detail };
     case EBADMSG:
         return { Outcome::BadPec };
     case EPROTO:
         return { Outcome::BadBlock };
     case EBUSY:
-        return { Outcome::BusStuck, {}, "bus busy: " + detail() };
+        return { Outcome::Failed, {}, "a driver of the kernel uses the device: " + detail };
     default:
-        return { Outcome::Failed, {}, detail() };
+        return { Outcome::Failed, {}, detail };
     }
 }
+
+namespace {
 
 class LinuxAdapter : public AdapterAccess {
   public:
@@ -88,9 +90,9 @@ class LinuxAdapter : public AdapterAccess {
     }
 
     Result performSmbus( const Operation &operation ) {
-        if ( ::ioctl( fd_, I2C_SLAVE_FORCE, static_cast<unsigned long>( operation.address ) ) < 0 ||
+        if ( ::ioctl( fd_, I2C_SLAVE, static_cast<unsigned long>( operation.address ) ) < 0 ||
              ::ioctl( fd_, I2C_PEC, operation.usesPec() ? 1ul : 0ul ) < 0 ) {
-            return failure( operation, errno );
+            return adapterFailure( operation, errno );
         }
         using Kind = Operation::Kind;
         const auto reg = static_cast<__u8>( operation.reg );
@@ -129,12 +131,12 @@ class LinuxAdapter : public AdapterAccess {
             result = i2c_smbus_write_block_data( fd_, reg, length, data );
             break;
         }
-        return result < 0 ? failure( operation, errno ) : Result{};
+        return result < 0 ? adapterFailure( operation, errno ) : Result{};
     }
 
     static Result bytes( const Operation &operation, __s32 value, unsigned count ) {
         if ( value < 0 ) {
-            return failure( operation, errno );
+            return adapterFailure( operation, errno );
         }
         Result result;
         for ( unsigned i = 0; i < count; i++ ) {
@@ -146,7 +148,7 @@ class LinuxAdapter : public AdapterAccess {
     static Result blockOf( const Operation &operation, __s32 count,
                            const std::array<__u8, I2C_SMBUS_BLOCK_MAX> &block ) {
         if ( count < 0 ) {
-            return failure( operation, errno );
+            return adapterFailure( operation, errno );
         }
         const auto size = std::min( static_cast<size_t>( count ), block.size() );
         return { Outcome::Done, std::string( block.begin(), block.begin() + size ), {} };
@@ -176,7 +178,7 @@ class LinuxAdapter : public AdapterAccess {
         messages[ 1 ].buf = reinterpret_cast<__u8 *>( in.data() );
         i2c_rdwr_ioctl_data transfer{ messages.data(), operation.reads() ? 2u : 1u };
         if ( ::ioctl( fd_, I2C_RDWR, &transfer ) < 0 ) {
-            return failure( operation, errno );
+            return adapterFailure( operation, errno );
         }
         return { Outcome::Done, std::move( in ), {} };
     }

@@ -18,6 +18,9 @@ class AdapterAccess {
     virtual Result perform( const Operation &operation ) = 0;
 };
 
+/** What an error number of the kernel's I2C layer means for an operation. */
+Result adapterFailure( const Operation &operation, int error );
+
 /** The device file of a kernel adapter, through libi2c and I2C_RDWR; opened at first use. */
 std::unique_ptr<AdapterAccess> openAdapter( std::string device );
 

@@ -1,24 +1,19 @@
 #include "tests/integration/EmulatedBoard.h"
 
 #include <cstdlib>
-#include <cstring>
-#include <ctime>
+#include <deque>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
-#include <sys/syscall.h>
-#include <unistd.h>
+
+#include "tests/integration/MovableClock.h"
 
 namespace {
 
 const std::string boards = ORVAN_SOURCE_DIR "/boards/";
-
-/** What the monotonic clock shows once there is a board, so that no test depends on real time. */
-bool clockIsTheTests = false;
-time_t shownSeconds = 1000;
 
 std::string edited( std::string text, const std::function<void( std::string & )> &edit ) {
     edit( text );
@@ -34,26 +29,10 @@ std::string compact( const rapidjson::Value &value ) {
 
 } // namespace
 
-// The library's clock, since the dynamic linker finds this one first.
-extern "C" int clock_gettime( clockid_t clock, timespec *time ) noexcept {
-    if ( clock == CLOCK_MONOTONIC && clockIsTheTests ) {
-        *time = {};
-        time->tv_sec = shownSeconds;
-        return 0;
-    }
-#ifdef SYS_clock_gettime64
-    constexpr long call = SYS_clock_gettime64;
-#else
-    constexpr long call = SYS_clock_gettime;
-#endif
-    return static_cast<int>( syscall( call, clock, time ) );
-}
-
 EmulatedBoard::EmulatedBoard( const std::string &name,
                               const std::function<void( std::string & )> &edit )
     : service( edited( fileText( boards + name + "/hardware.json" ), edit ) ),
       topology_( fileText( boards + name + "/topology.json" ) ) {
-    clockIsTheTests = true;
     setenv( "PL_SMBUS_SOCKET", service.socket().c_str(), 1 );
     peripherals_.Parse( fileText( boards + name + "/peripherals.json" ) );
     if ( peripherals_.HasParseError() )
@@ -70,8 +49,14 @@ void *EmulatedBoard::addRecord( const std::string &name ) {
                  topology_.c_str() ) != PL_STATUS_OK )
             throw std::runtime_error( "pl_" + kind + "_init failed" );
         void *const symbol = library.symbol( "pl_" + kind + "_add" );
-        // The library keeps pointing into the text for as long as the peripheral lives.
-        const char *const description = strdup( compact( row[ "description" ] ).c_str() );
+        if ( kind == "smbus" )
+            return reinterpret_cast<decltype( pl_smbus_add ) *>( symbol )(
+                row[ "description" ][ "label" ].GetString(),
+                static_cast<unsigned char>( row[ "description" ][ "address" ].GetUint() ) );
+        // The library may keep pointing into the text for as long as the peripheral lives.
+        static std::deque<std::string> descriptions;
+        const char *const description =
+            descriptions.emplace_back( compact( row[ "description" ] ) ).c_str();
         if ( kind == "temp_sensor" )
             return reinterpret_cast<decltype( pl_temp_sensor_add ) *>( symbol )(
                 description, row[ "alert" ].GetFloat(), row[ "critical" ].GetFloat() );
@@ -97,7 +82,7 @@ unsigned EmulatedBoard::peek( const std::string &chip, unsigned reg ) const {
 }
 
 void EmulatedBoard::passTime( unsigned seconds ) {
-    shownSeconds += static_cast<time_t>( seconds );
+    MovableClock::advance( seconds );
 }
 
 void replaceIn( std::string &text, const std::string &from, const std::string &to ) {

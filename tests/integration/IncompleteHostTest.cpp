@@ -1,3 +1,4 @@
+#include <csignal>
 #include <cstdlib>
 
 #include <gmock/gmock.h>
@@ -19,6 +20,11 @@ constexpr const char *line = R"({"did":5,"driver":"GenericPCA9555","address":{"a
     "driverArgs":{"bank-io-0":255,"bank-io-1":0,"bank":1,"bit":2}})";
 constexpr const char *dummy =
     R"({"did":6,"driver":"Dummy","address":{"address":32},"provideHam":0})";
+
+constexpr const char *polledPort = R"({"did":5,"driver":"MireQCPLD","address":{"address":32},
+    "driverArgs":{"id":1,"type":"sfp"}})";
+constexpr const char *blinkingLed = R"({"did":5,"driver":"MirelundPCA9555","address":{"address":32},
+    "driverArgs":{"bank-io-0":255,"bank-io-1":15,"id":1}})";
 
 /** The library in a host that lacks a service, or all. The parameter tells which. */
 class IncompleteHostTest : public TestWithParam<const char *> {
@@ -82,6 +88,32 @@ TEST_P( IncompleteHostTest, ALineWorks ) {
         EXPECT_THAT( host.output, HasSubstr( "\nadded\ntrace 4 bitReadCallback\n" ) );
         EXPECT_THAT( host.output, HasSubstr( "\n0 0\ntrace 4 bitClearCallback\n" ) );
         EXPECT_THAT( host.output, EndsWith( "\n0\n" ) );
+    }
+}
+
+TEST_P( IncompleteHostTest, APolledDeviceNeedsATimerThatCanBeArmed ) {
+    const test::Finished host = run( { "init", topology, "add", "xcvr", polledPort } );
+    if ( lacks( "pl_timer_add" ) || lacks( "pl_timer_set" ) ) {
+        EXPECT_EQ( host.signal, SIGABRT );
+        EXPECT_THAT( host.errors, HasSubstr( "Assertion `pollStart()' failed" ) );
+    } else {
+        EXPECT_EQ( host.exitCode, 0 ) << host.errors;
+        EXPECT_THAT( host.output, HasSubstr( "timer add\n" ) );
+        EXPECT_THAT( host.output, HasSubstr( "timer set\n" ) );
+        EXPECT_THAT( host.output, EndsWith( "added\n" ) );
+    }
+}
+
+TEST_P( IncompleteHostTest, ABlinkingLedNeedsATimer ) {
+    const test::Finished host = run( { "init", topology, "add", "led", blinkingLed } );
+    if ( lacks( "pl_timer_add" ) ) {
+        EXPECT_EQ( host.signal, SIGABRT );
+        EXPECT_THAT( host.errors, HasSubstr( "Assertion `blinkTimer_' failed" ) );
+    } else {
+        EXPECT_EQ( host.exitCode, 0 ) << host.errors;
+        EXPECT_THAT( host.output, HasSubstr( "timer add\n" ) );
+        EXPECT_THAT( host.output, Not( HasSubstr( "timer set\n" ) ) );
+        EXPECT_THAT( host.output, EndsWith( "added\n" ) );
     }
 }
 

@@ -114,4 +114,10 @@ TEST( JsonView, DeepNestingCostsNoStack ) {
     EXPECT_THROW( parseJson( deep, "f.json" ), ConfigError );
 }
 
+TEST( JsonView, ShowingADeeplyNestedValueCostsNoStack ) {
+    const std::string text = std::string( 1000000, '[' ) + std::string( 1000000, ']' );
+    EXPECT_EQ( message( text, []( const JsonView &root ) { root.text(); } ),
+               "f.json: /: " + std::string( 60, '[' ) + "...: expected text" );
+}
+
 } // namespace

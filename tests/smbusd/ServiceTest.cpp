@@ -1,6 +1,7 @@
 // The real smbusd over real sockets: what clients can do to it, and how it comes and goes.
 #include <array>
 #include <memory>
+#include <random>
 #include <thread>
 
 #include <sys/stat.h>
@@ -143,6 +144,51 @@ TEST( Service, GarbageCostsOnlyItsSender ) {
     EXPECT_TRUE( serves( good ) );
 }
 
+TEST( Service, SurvivesDamagedRequests ) {
+    const SmbusdProcess service( hardware );
+    std::mt19937 random( 20240607 ); // the same damage in every run
+    const std::string whole = TransactionBuilder()
+                                  .write( one, 1, "abc" )
+                                  .blockRead( two, 0x9A, true )
+                                  .processCall( three, 5, "ab" )
+                                  .retries( 1 )
+                                  .request()
+                                  .SerializeAsString();
+    for ( int round = 0; round < 1000; round++ ) {
+        std::string message = whole.substr( 0, 1 + random() % whole.size() );
+        for ( unsigned i = random() % 4; i > 0; i-- ) {
+            message[ random() % message.size() ] = static_cast<char>( random() );
+        }
+        SmbusClient client( service.socket() );
+        ASSERT_TRUE( client.sendBytes( SmbusClient::header( message.size() ) + message ) );
+        client.finishSending();
+        client.receive(); // an answer or an end, but no silence
+    }
+    EXPECT_TRUE( serves( service ) );
+}
+
+TEST( Service, ControlSocketSurvivesGarbage ) {
+    const SmbusdProcess service( hardware );
+    RawClient control( service.control() );
+    ASSERT_TRUE( control.sendBytes( "garbage\n" + std::string( 30000, '[' ) +
+                                    std::string( 30000, ']' ) + "\n{\"command\":\"faults\"}\n" ) );
+    EXPECT_EQ( control.receiveLine(),
+               "{\"ok\":false,\"error\":\"request: line 1, column 1: not JSON: Invalid value.\"}" );
+    EXPECT_EQ( control.receiveLine(),
+               "{\"ok\":false,\"error\":\"request: /: " + std::string( 60, '[' ) +
+                   "...: expected an object with a \\\"command\\\"\"}" );
+    EXPECT_EQ( control.receiveLine(), "{\"ok\":true,\"faults\":[]}" );
+
+    RawClient endless( service.control() );
+    endless.sendBytes( std::string( 100000, 'x' ) );
+    EXPECT_TRUE( endless.closedByPeer() );
+    RawClient half( service.control() );
+    ASSERT_TRUE( half.sendBytes( "{\"comm" ) );
+    half.finishSending();
+    EXPECT_TRUE( half.closedByPeer() );
+    EXPECT_TRUE( serves( service ) );
+}
+
 TEST( Service, AClaimOf4GiBEndsTheConnectionAtOnce ) {
     const SmbusdProcess service( hardware );
     RawClient greedy( service.socket() );
@@ -242,23 +288,22 @@ TEST( Service, FourClientsOnThreeBusesKeepEveryTransactionWhole ) {
     const SmbusdProcess service( hardware );
     const std::array<Place, 3> places = { one, two, three };
     std::array<unsigned, clients> failures{};
-    // A register on each bus counts the transactions there: every one reads it, marks the bus as
-    // its own, and finds its mark and the count untouched at its end.
+    // Every transaction leaves its mark in two places of its bus and must find both at its end: an
+    // operation of another one in between would have left its own.
     const auto work = [ & ]( unsigned client ) {
         SmbusClient connection( service.socket() );
         for ( unsigned i = 0; i < transactions; i++ ) {
             const Place &place = places[ ( i + client ) % places.size() ];
             const std::string mark = bytes( client + 1, i & 0xFF, i >> 8 );
             const auto reply = connection.call( TransactionBuilder()
-                                                    .read( place, 0x10, 3 )
                                                     .write( place, 0x20, mark )
                                                     .read( place, 0x20, 3 )
                                                     .write( place, 0x10, mark )
                                                     .read( place, 0x20, 3 )
                                                     .read( place, 0x10, 3 ) );
             const bool whole =
-                reply && reply->responses_size() == 6 && reply->responses( 2 ).data() == mark &&
-                reply->responses( 4 ).data() == mark && reply->responses( 5 ).data() == mark;
+                reply && reply->responses_size() == 5 && reply->responses( 1 ).data() == mark &&
+                reply->responses( 3 ).data() == mark && reply->responses( 4 ).data() == mark;
             failures[ client ] += whole ? 0 : 1;
         }
     };
@@ -270,6 +315,17 @@ TEST( Service, FourClientsOnThreeBusesKeepEveryTransactionWhole ) {
         thread.join();
     }
     EXPECT_EQ( failures, ( std::array<unsigned, clients>{} ) );
+    RawClient control( service.control() );
+    ASSERT_TRUE( control.sendBytes( "{\"command\":\"counters\"}\n" ) );
+    rapidjson::Document counters;
+    counters.Parse( control.receiveLine().value() );
+    EXPECT_EQ( counters[ "transactions" ].GetUint(), clients * transactions );
+    uint64_t operations = 0;
+    for ( const rapidjson::Value &bus : counters[ "buses" ].GetArray() ) {
+        operations += bus[ "operations" ].GetUint64();
+        EXPECT_EQ( bus[ "errors" ].GetUint64(), 0u );
+    }
+    EXPECT_EQ( operations, uint64_t{ clients } * transactions * 5 );
 }
 
 TEST( Service, FollowedTrafficOfABusIsWholeAndInOrder ) {
@@ -339,9 +395,7 @@ TEST( Service, StopsAnsweringByAFaultAndNoOneElseSuffers ) {
     ASSERT_TRUE( client.send( TransactionBuilder().read( one, 1, 1 ).request() ) );
     ASSERT_TRUE( client.send( TransactionBuilder().read( one, 1, 1 ).request() ) );
     EXPECT_TRUE( serves( service ) );
-    client.setDeadline( 50 );
-    EXPECT_FALSE( client.receive() );
-    EXPECT_FALSE( client.closedByPeer() );
+    EXPECT_TRUE( client.silent() ); // its answer would have been there before the other's
 }
 
 TEST( Service, ADelayedBusHoldsUpNoOther ) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <optional>
 #include <stdexcept>
@@ -85,6 +86,13 @@ class RawClient {
         char byte;
         const ssize_t got = ::recv( fd_, &byte, 1, 0 );
         return got == 0 || ( got < 0 && errno == ECONNRESET );
+    }
+
+    /** Whether nothing has come and the connection still stands, looking without waiting. */
+    bool silent() {
+        char byte;
+        return ::recv( fd_, &byte, 1, MSG_PEEK | MSG_DONTWAIT ) < 0 &&
+               ( errno == EAGAIN || errno == EWOULDBLOCK );
     }
 
     void finishSending() { ::shutdown( fd_, SHUT_WR ); }

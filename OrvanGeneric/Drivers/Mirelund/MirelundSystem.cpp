@@ -19,6 +19,10 @@ struct PowerBit {
 constexpr PowerBit powerOff = { 10, 1 };
 constexpr PowerBit powerCycle = { 8, 0 };
 
+// What the host expects on 32-bit x86.
+static_assert( sizeof( void * ) != 4 ||
+               ( sizeof( pl_system ) == 8 && sizeof( pl_system_ops ) == 20 ) );
+
 const pl_system_ops systemOps = { sizeof( pl_system_ops ), pl_system_poweroff, pl_system_powercycle,
                                   pl_system_get_reload_cause, nullptr };
 

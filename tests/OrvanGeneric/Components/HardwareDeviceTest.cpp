@@ -256,6 +256,17 @@ TEST_F( Creation, GivenHamIsUsedEvenWithoutAWishForOne ) {
     EXPECT_EQ( events, ( Log{ "setDriverName First, ''", "setExpected", "init" } ) );
 }
 
+TEST_F( Creation, GivenHamIsPreferredToOneFromTheTopology ) {
+    DriverArgs args;
+    args.driver = "First";
+    args.did = 1;
+    ProbeHam given;
+    auto *probe = dynamic_cast<Probe *>( HardwareDevice::create( args, &given ) );
+    ASSERT_NE( probe, nullptr );
+    EXPECT_EQ( probe->ham(), &given );
+    EXPECT_EQ( hamsMade_, 0 );
+}
+
 TEST_F( Creation, DeviceOutsideTheTopologyGetsNoHamAndIsNotMade ) {
     EXPECT_EQ( create( text( "First", 99 ) ), nullptr );
     EXPECT_EQ( host_.texts( 0 ).back(), "failed to create Ham" );
