@@ -25,13 +25,13 @@ namespace orvan {
 namespace {
 
 constexpr int probeIntervalMs = 5;
-constexpr int endLimitMs = 2000;
 constexpr int execFailed = 127;
 constexpr const char *controlSuffix = ".control"; // where smbusctl looks, given the socket
 constexpr std::array endingSignals = { SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGABRT };
 
 // For the signal handler, which may use little else.
 volatile pid_t runningService = -1;
+volatile int endLimitMs = 0;
 char socketToRemove[ 256 ];
 char controlToRemove[ 256 ];
 char folderToRemove[ 256 ];
@@ -216,6 +216,7 @@ void Emulation::start( const EmulationOptions &options, int ready ) {
         ::execvp( arguments[ 0 ], arguments.data() );
         ::_exit( execFailed );
     }
+    endLimitMs = static_cast<int>( options.endLimit.count() );
     runningService = pid_;
     handleSignals( endOnSignal );
 }

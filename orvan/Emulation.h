@@ -17,6 +17,7 @@ struct EmulationOptions {
     std::string control; /**< its control socket; empty: the socket's path and ".control" */
     std::string logLevel = "warning"; /**< what it logs on standard error */
     std::chrono::milliseconds startLimit{ 10000 };
+    std::chrono::milliseconds endLimit{ 2000 }; /**< then a service that does not end is killed */
 };
 
 /**

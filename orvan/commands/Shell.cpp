@@ -75,7 +75,9 @@ class Shell : public Command {
         try {
             app.parse( line, false );
             if ( help->parsed() ) {
-                streams.out << app.help();
+                // app.help() would be that of "help".
+                streams.out << app.get_formatter()->make_help( &app, "",
+                                                               CLI::AppFormatMode::Normal );
                 return ExitCode::Ok;
             }
             return commandLine.chosen()->run( session, streams );
