@@ -13,6 +13,7 @@
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/Drivers/GenericPCA9555.h"
 #include "OrvanGeneric/Drivers/GenericSmbusMux.h"
+#include "OrvanGeneric/Drivers/Ipmi.h"
 #include "OrvanGeneric/Drivers/Mirelund/MireLedCPLD.h"
 #include "OrvanGeneric/Drivers/Mirelund/MireSPCA9555.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirelundCPLD.h"
@@ -42,6 +43,7 @@ std::map<std::string, DriverFactory> drivers = {
     { "MireCLedCPLD", MireCLedCPLD::create },
     { "MireYQSFP", MireYQSFP::create },
     { "MireYCPLD", MirelundYCPLD::create },
+    { "Ipmi", Ipmi::create },
 };
 
 namespace {

@@ -29,7 +29,7 @@ const std::set<std::string> allKeys = {
 
 /** Keys whose drivers are still to be written. */
 const std::set<std::string> keysStillToCome = {
-    "Pmbus", "PsuSlot", "MirePsuPCA9555", "EmersonPmbus", "Ipmi",
+    "Pmbus", "PsuSlot", "MirePsuPCA9555", "EmersonPmbus",
 };
 
 std::unique_ptr<DeviceBase> make( const std::string &key, const Drivers::DriverArgs &args = {} ) {
