@@ -34,7 +34,7 @@ class Ipmi : public Component::HardwareDevice {
      * A supply; takes "psuId" (decimal, 1 or 2, required). Its sensors are the key with _CURRENT_IN,
      * _CURRENT_OUT, _VOLTAGE_IN, _VOLTAGE_OUT, _POWER_IN, _POWER_OUT and _OK behind it.
      */
-    class Psu : public Component::LogicalDevice::Psu {
+    class Psu final : public Component::LogicalDevice::Psu {
       public:
         Psu( std::shared_ptr<Ham::IpmiHam> ham, uint8_t psuId, const std::string &ipmiKey );
 

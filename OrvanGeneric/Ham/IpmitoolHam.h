@@ -20,7 +20,8 @@ namespace Ham {
  *
  * One run of the tool lists all sensors and serves every look-up until the list is too old; names
  * that the list cuts short are fetched together in a second run, FRUs in a third once one was asked
- * for. The tool takes such a long name only in the BMC's own letter case. When a run fails, the look-ups report it without a run of their own until the back-off ends.
+ * for. The tool takes a long name only in the BMC's own letter case. When a run fails, the look-ups
+ * report it without a run of their own until the back-off ends.
  *
  * Driver arguments, all optional:
  * - "ipmiCommand": the tool with its options, for example "ipmitool -I lanplus -H bmc -U me -f file";

@@ -1,10 +1,11 @@
 #include "OrvanGeneric/Ham/IpmitoolOutput.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cmath>
-#include <cstring>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Ham {
