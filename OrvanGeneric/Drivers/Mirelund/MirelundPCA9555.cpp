@@ -79,13 +79,7 @@ Component::LogicalDevice::Slot *MirelundPCA9555::newSlot( const DriverArgs &args
 }
 
 MirelundPCA9555::FanLed::FanLed( MirelundPCA9555 *expander, uint8_t index )
-    : Led( true ), expander_( expander ), index_( index ),
-      pin_( static_cast<uint8_t>( firstLedPin + index ) ) {}
-
-MirelundPCA9555::FanLed::~FanLed() {
-    if ( blinking_ )
-        stopBlinkNotification( this );
-}
+    : expander_( expander ), index_( index ), pin_( static_cast<uint8_t>( firstLedPin + index ) ) {}
 
 bool MirelundPCA9555::FanLed::handleBlinkTimer( bool on ) {
     if ( on )
@@ -98,14 +92,9 @@ bool MirelundPCA9555::FanLed::handleBlinkTimer( bool on ) {
 }
 
 pl_status MirelundPCA9555::FanLed::setLightSetting( pl_led_status status ) {
-    TRACE( 6, "Setting PCA9555 led %d to %s", index_,
-           status > PL_LED_STATUS_BEACON ? "Unknown" : getLedStatusString( status ) );
-    if ( blinking_ ) {
-        if ( status == PL_LED_STATUS_BEACON )
-            return PL_STATUS_OK;
-        stopBlinkNotification( this );
-        blinking_ = false;
-    }
+    TRACE( 6, "Setting PCA9555 led %d to %s", index_, settingName( status ) );
+    if ( keepsBlinking( status ) )
+        return PL_STATUS_OK;
     bool colour;
     switch ( status ) {
     case PL_LED_STATUS_OFF:
@@ -117,8 +106,7 @@ pl_status MirelundPCA9555::FanLed::setLightSetting( pl_led_status status ) {
         colour = amber;
         break;
     case PL_LED_STATUS_BEACON:
-        notifyOnBlink( this );
-        blinking_ = true;
+        startBlinking();
         colour = green;
         break;
     default:

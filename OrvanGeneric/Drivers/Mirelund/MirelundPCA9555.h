@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "OrvanGeneric/Components/Led.h"
+#include "OrvanGeneric/Components/BlinkingLed.h"
 #include "OrvanGeneric/Components/Slot.h"
 #include "OrvanGeneric/Drivers/GPIOExpander.h"
 #include "OrvanGeneric/Drivers/Helpers.h"
@@ -24,11 +24,10 @@ namespace Drivers {
 class MirelundPCA9555 : public GPIOExpander {
   public:
     /** Green (off, good), amber (warning, bad) or, as a beacon, both in turn. */
-    class FanLed : public Component::LogicalDevice::Led {
+    class FanLed : public Component::LogicalDevice::BlinkingLed {
       public:
         /** @param index  the fan's, from 0 */
         FanLed( MirelundPCA9555 *expander, uint8_t index );
-        ~FanLed() override;
 
         bool handleBlinkTimer( bool on ) override;
         /** Ends the blinking whatever comes; PL_STATUS_INVALID leaves the pin alone. */
@@ -41,7 +40,6 @@ class MirelundPCA9555 : public GPIOExpander {
       private:
         MirelundPCA9555 *expander_;
         uint8_t index_;
-        bool blinking_ = false;
         uint8_t pin_;
     };
 

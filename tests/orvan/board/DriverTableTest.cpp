@@ -32,6 +32,10 @@ struct Bounds {
     long minimum;
     long maximum;
 };
+/** For the test's name. */
+void PrintTo( const Bounds &bounds, std::ostream *out ) {
+    *out << bounds.driver << ' ' << orvan::serviceName( bounds.service ) << ' ' << bounds.argument;
+}
 
 class DriverBounds : public testing::TestWithParam<Bounds> {};
 

@@ -56,6 +56,10 @@ struct Mistake {
     const char *topology;
     const char *message;
 };
+/** For the test's name. */
+void PrintTo( const Mistake &mistake, std::ostream *out ) {
+    *out << mistake.topology;
+}
 
 class TopologyMistake : public testing::TestWithParam<Mistake> {};
 
