@@ -25,13 +25,15 @@ namespace orvan {
 namespace {
 
 constexpr int probeIntervalMs = 5;
-constexpr int endLimitMs = 2000;
 constexpr int execFailed = 127;
+constexpr const char *controlSuffix = ".control"; // where smbusctl looks, given the socket
 constexpr std::array endingSignals = { SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGABRT };
 
 // For the signal handler, which may use little else.
 volatile pid_t runningService = -1;
+volatile int endLimitMs = 0;
 char socketToRemove[ 256 ];
+char controlToRemove[ 256 ];
 char folderToRemove[ 256 ];
 
 /** Closes a descriptor at the end of its scope. */
@@ -70,7 +72,9 @@ void endOnSignal( int signal ) {
     if ( runningService > 0 ) {
         endService( runningService );
         runningService = -1;
-        ::unlink( socketToRemove ); // the service removes it itself unless it was killed
+        // The service removes them itself unless it was killed.
+        ::unlink( socketToRemove );
+        ::unlink( controlToRemove );
         if ( *folderToRemove ) {
             ::rmdir( folderToRemove );
         }
@@ -151,6 +155,7 @@ Emulation::Emulation( const EmulationOptions &options ) {
     } else {
         socket_ = options.socket;
     }
+    control_ = options.control.empty() ? socket_ + controlSuffix : options.control;
     try {
         sockaddr_un address;
         if ( !fillAddress( socket_, address ) ) {
@@ -184,10 +189,7 @@ void Emulation::start( const EmulationOptions &options, int ready ) {
     std::vector<std::string> words = {
         options.service,           "--socket",    socket_,          "--config",
         options.hardware.string(), "--log-level", options.logLevel, "--ready-fd",
-        std::to_string( ready ) };
-    if ( !options.control.empty() ) {
-        words.insert( words.end(), { "--control", options.control } );
-    }
+        std::to_string( ready ),   "--control",   control_ };
     std::vector<char *> arguments;
     for ( std::string &word : words ) {
         arguments.push_back( word.data() );
@@ -195,6 +197,7 @@ void Emulation::start( const EmulationOptions &options, int ready ) {
     arguments.push_back( nullptr );
 
     remember( socketToRemove, socket_ );
+    remember( controlToRemove, control_ );
     remember( folderToRemove, folder_ );
     const pid_t parent = ::getpid();
     pid_ = ::fork();
@@ -213,6 +216,7 @@ void Emulation::start( const EmulationOptions &options, int ready ) {
         ::execvp( arguments[ 0 ], arguments.data() );
         ::_exit( execFailed );
     }
+    endLimitMs = static_cast<int>( options.endLimit.count() );
     runningService = pid_;
     handleSignals( endOnSignal );
 }
@@ -251,6 +255,7 @@ void Emulation::end() {
     }
     if ( !folder_.empty() ) {
         ::unlink( socket_.c_str() );
+        ::unlink( control_.c_str() );
         ::rmdir( folder_.c_str() );
         folder_.clear();
     }

@@ -11,12 +11,13 @@ namespace orvan {
 
 /** What the private service is to be. */
 struct EmulationOptions {
-    std::string service;              /**< the service's program */
-    std::filesystem::path hardware;   /**< its configuration: the emulated hardware */
-    std::string socket;               /**< where it listens; empty: in a private folder */
-    std::string control;              /**< its control socket; empty: none */
+    std::string service;            /**< the service's program */
+    std::filesystem::path hardware; /**< its configuration: the emulated hardware */
+    std::string socket;             /**< where it listens; empty: in a private folder */
+    std::string control; /**< its control socket; empty: the socket's path and ".control" */
     std::string logLevel = "warning"; /**< what it logs on standard error */
     std::chrono::milliseconds startLimit{ 10000 };
+    std::chrono::milliseconds endLimit{ 2000 }; /**< then a service that does not end is killed */
 };
 
 /**
@@ -42,6 +43,7 @@ class Emulation {
 
     std::string folder_; // private, empty when the socket's path was given
     std::string socket_;
+    std::string control_;
     pid_t pid_ = -1;
 };
 

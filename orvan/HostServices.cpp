@@ -182,8 +182,7 @@ bool HostServices::nextTimer( uint32_t &handle, HostClock::Time &due ) const {
 void HostServices::fire( uint32_t handle ) {
     Timer &timer = timers_.at( handle );
     timer.armed = false;
-    timer.fired = true;
-    ++ticks_;
+    ++timer.fired;
     // The callback may delete its own timer.
     const Callback callback = timer.callback;
     void *const context = timer.context;
@@ -218,8 +217,18 @@ bool HostServices::runUntil( const std::function<bool()> &done, std::chrono::mil
 
 bool HostServices::firstTickPending() const {
     return std::any_of( timers_.begin(), timers_.end(), []( const auto &entry ) {
-        return entry.second.armed && !entry.second.fired;
+        return entry.second.armed && entry.second.fired == 0;
     } );
+}
+
+std::map<uint32_t, unsigned long> HostServices::armedTimers() const {
+    std::map<uint32_t, unsigned long> armed;
+    for ( const auto &[ handle, timer ] : timers_ ) {
+        if ( timer.armed ) {
+            armed[ handle ] = timer.fired;
+        }
+    }
+    return armed;
 }
 
 } // namespace orvan

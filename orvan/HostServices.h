@@ -63,15 +63,15 @@ class HostServices {
 
     /** True while a timer is armed that has never fired: a device that is yet to be polled. */
     bool firstTickPending() const;
-    /** How many timer callbacks have run. */
-    unsigned long ticks() const { return ticks_; }
+    /** How often each armed timer has fired, by its handle. */
+    std::map<uint32_t, unsigned long> armedTimers() const;
 
   private:
     struct Timer {
         Callback callback = nullptr;
         void *context = nullptr;
         bool armed = false;
-        bool fired = false;
+        unsigned long fired = 0; /**< how often */
         HostClock::Time due{};
         unsigned long sequence =
             0; /**< of arming: of timers due at once the first armed fires first */
@@ -94,7 +94,6 @@ class HostServices {
     std::map<uint32_t, std::unique_ptr<Watcher>> watchers_;
     uint32_t lastHandle_ = 0;
     unsigned long sequence_ = 0;
-    unsigned long ticks_ = 0;
     int traceLevel_ = -1;
     TraceSink sink_;
     std::function<void( const std::string & )> report_;

@@ -40,8 +40,10 @@ void defineOptions( CLI::App &app, Options &options ) {
         "--socket", options.socket,
         "The SMBus service's socket; default: $PL_SMBUS_SOCKET or /run/smbusd.sock; with "
         "--emulate where the private service listens, by default in a private folder" );
-    app.add_option( "--control", options.control,
-                    "With --emulate: the private service's control socket, for smbusctl" )
+    app.add_option(
+           "--control", options.control,
+           "With --emulate: the private service's control socket, for smbusctl; default: the "
+           "socket's path and .control" )
         ->needs( "--emulate" );
     app.add_option( "--service", options.service,
                     "With --emulate: the service's program; default: smbusd beside this program" )

@@ -13,6 +13,7 @@
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/Drivers/GenericPCA9555.h"
 #include "OrvanGeneric/Drivers/GenericSmbusMux.h"
+#include "OrvanGeneric/Drivers/Ipmi.h"
 #include "OrvanGeneric/Drivers/Mirelund/EmersonPmbus.h"
 #include "OrvanGeneric/Drivers/Mirelund/MireLedCPLD.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirePsuPCA9555.h"
@@ -50,6 +51,7 @@ std::map<std::string, DriverFactory> drivers = {
     { "MireCLedCPLD", MireCLedCPLD::create },
     { "MireYQSFP", MireYQSFP::create },
     { "MireYCPLD", MirelundYCPLD::create },
+    { "Ipmi", Ipmi::create },
 };
 
 namespace {

@@ -2,6 +2,9 @@
 
 #include <fmt/core.h>
 
+#include <cstdlib>
+
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace orvan {
@@ -18,7 +21,9 @@ class Shell : public Command {
         command->add_flag( "--echo", echo_, "Print each command before its output" );
         command->add_flag( "--keep-going", keepGoing_, "Do not stop at a command that fails" );
         command->footer( "Commands: show, get, set, expect, wait, smbus, poweroff, powercycle, and "
-                         "help, quit. Lines that start with # are comments." );
+                         "help, quit. Lines that start with # are comments; those that "
+                         "start with ! are run by the system's shell, where smbusctl reaches the "
+                         "service of --emulate without options." );
         return command;
     }
 
@@ -45,7 +50,9 @@ class Shell : public Command {
             if ( echo_ ) {
                 streams.out << prompt << line << '\n';
             }
-            const ExitCode code = runLine( line, session, streams );
+            streams.out.flush();
+            const ExitCode code = line.front() == '!' ? runForeign( line.substr( 1 ), streams )
+                                                      : runLine( line, session, streams );
             streams.out.flush();
             if ( code != ExitCode::Ok ) {
                 result = code;
@@ -68,7 +75,9 @@ class Shell : public Command {
         try {
             app.parse( line, false );
             if ( help->parsed() ) {
-                streams.out << app.help();
+                // app.help() would be that of "help".
+                streams.out << app.get_formatter()->make_help( &app, "",
+                                                               CLI::AppFormatMode::Normal );
                 return ExitCode::Ok;
             }
             return commandLine.chosen()->run( session, streams );
@@ -82,6 +91,20 @@ class Shell : public Command {
             streams.error << "error: " << error.what() << '\n';
             return ExitCode::Failed;
         }
+    }
+
+    /** A line for the system's shell: what the user of this one could type there as well. */
+    static ExitCode runForeign( const std::string &line, const Streams &streams ) {
+        const int status = std::system( line.c_str() );
+        if ( status != -1 && WIFEXITED( status ) ) {
+            if ( WEXITSTATUS( status ) == 0 ) {
+                return ExitCode::Ok;
+            }
+            streams.error << fmt::format( "the command ended with {}\n", WEXITSTATUS( status ) );
+        } else {
+            streams.error << "the command could not be run to its end\n";
+        }
+        return ExitCode::Failed;
     }
 
     bool echo_ = false;

@@ -54,7 +54,8 @@ class Show : public Command {
         std::vector<std::string> columns;
         for ( const Peripheral *peripheral : peripherals ) {
             for ( const Reading &reading : kind.readings( *peripheral ) ) {
-                if ( std::find( columns.begin(), columns.end(), reading.name ) == columns.end() ) {
+                if ( reading.inTables &&
+                     std::find( columns.begin(), columns.end(), reading.name ) == columns.end() ) {
                     columns.push_back( reading.name );
                 }
             }
@@ -70,6 +71,9 @@ class Show : public Command {
                 Readout readout( *peripheral );
                 for ( const Reading &reading : kind.readings( *peripheral ) ) {
                     const auto column = std::find( columns.begin(), columns.end(), reading.name );
+                    if ( column == columns.end() ) {
+                        continue;
+                    }
                     row[ static_cast<std::size_t>( 1 + ( column - columns.begin() ) ) ] =
                         oneLine( valueText( reading, session.read( reading, readout ) ) );
                 }

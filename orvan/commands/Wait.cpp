@@ -2,6 +2,7 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace orvan {
@@ -14,7 +15,7 @@ class Wait : public Command {
         CLI::App *command = app.add_subcommand( "wait", "Let the library's timers run" );
         command->add_option( "seconds", seconds_, "For so long, fractions allowed" )
             ->check( CLI::Range( 0.0, 86400.0 ) );
-        command->add_option( "--ticks", ticks_, "Until so many timers have fired" )
+        command->add_option( "--ticks", ticks_, "Until each running timer has fired so often" )
             ->check( CLI::Range( 1ul, 1000000ul ) );
         return command;
     }
@@ -25,15 +26,26 @@ class Wait : public Command {
             host.run( std::chrono::milliseconds( std::llround( seconds_ * 1000 ) ) );
             return ExitCode::Ok;
         }
+        const auto before = host.armedTimers();
+        if ( before.empty() ) {
+            streams.error << "no timer is running: nothing used so far is polled or blinks\n";
+            return ExitCode::Failed;
+        }
+        const auto allFired = [ &host, &before, this ] {
+            const auto now = host.armedTimers();
+            // One that has stopped meanwhile is not waited for.
+            return std::all_of( before.begin(), before.end(), [ &now, this ]( const auto &timer ) {
+                const auto it = now.find( timer.first );
+                return it == now.end() || it->second - timer.second >= ticks_;
+            } );
+        };
         // Without "seconds": two for each tick, twice the period that drivers poll with.
         const double limit = seconds_ > 0 ? seconds_ : 2.0 * static_cast<double>( ticks_ );
-        const unsigned long target = host.ticks() + ticks_;
-        if ( host.runUntil( [ &host, target ] { return host.ticks() >= target; },
+        if ( host.runUntil( allFired,
                             std::chrono::milliseconds( std::llround( limit * 1000 ) ) ) ) {
             return ExitCode::Ok;
         }
-        streams.error << fmt::format( "only {} of {} timers fired in {} s\n",
-                                      ticks_ - ( target - host.ticks() ), ticks_, limit );
+        streams.error << fmt::format( "not every timer fired {} times in {} s\n", ticks_, limit );
         return ExitCode::Failed;
     }
 

@@ -1,6 +1,6 @@
-// RapidJSON's own regular expressions silently accept what they do not know.
+// RapidJSON's own regular expressions silently accept what they do not know. Without them it takes
+// std::regex, but no patterns at all if RAPIDJSON_SCHEMA_USE_STDREGEX is defined as well.
 #define RAPIDJSON_SCHEMA_USE_INTERNALREGEX 0
-#define RAPIDJSON_SCHEMA_USE_STDREGEX 1
 
 #include "orvan/json/Schema.h"
 

@@ -85,7 +85,7 @@ pl_status setSpeed( Peripheral &peripheral, const std::string &text ) {
 constexpr Reading readings[] = { { "rpm", "rpm", 0, rpm },
                                  { "percent", "%", 0, percent },
                                  { "stalled", "", 0, stalled },
-                                 { "debug", "", 0, debug } };
+                                 { "debug", "", 0, debug, false } };
 constexpr Setting settings[] = { { "rpm", "revolutions per minute, or 0% to 100%", setSpeed } };
 
 } // namespace

@@ -75,6 +75,7 @@ struct Reading {
     const char *unit; /**< "" for none */
     int decimals;     /**< of a number with a fraction */
     Value ( *read )( Readout &readout );
+    bool inTables = true; /**< false: too long or too rare for a column of `show` */
 };
 
 /** Something that can be set. */

@@ -30,8 +30,11 @@ Value presenceOf( pl_xcvr *xcvr, const Ops *ops, int ( *Ops::*entry )( pl_xcvr *
     }
     // The answer is the presence itself; anything else is a status.
     const int answer = ( ops->*entry )( xcvr );
-    return answer == 0 || answer == 1 ? Value::of( static_cast<long long>( answer ) )
-                                      : Value::failed( static_cast<pl_status>( answer ) );
+    if ( answer == 0 || answer == 1 ) {
+        return Value::of( static_cast<long long>( answer ) );
+    }
+    const bool isStatus = answer > 0 && answer <= PL_STATUS_FAILED;
+    return Value::failed( isStatus ? static_cast<pl_status>( answer ) : PL_STATUS_FAILED );
 }
 
 Value type( Readout &readout ) {

@@ -111,11 +111,12 @@ TEST_F( SmbusProxyTest, I2cBlocksAreReadAndWritten ) {
     EXPECT_EQ( bytes, "\xDE\xAD" );
 }
 
-TEST_F( SmbusProxyTest, AProcessCallWritesAWordAndReadsTheOneThatFollows ) {
+TEST_F( SmbusProxyTest, AProcessCallWritesAWordAndReadsOneBack ) {
     unsigned short reply = 0;
     EXPECT_EQ( at( "words" )->ops->process_call( at( "words" ), 0x05, 0x4321, &reply ),
                PL_STATUS_OK );
-    EXPECT_EQ( reply, 0xBEEF );
+    // A plain register has nothing to process: it answers what it was given.
+    EXPECT_EQ( reply, 0x4321 );
     EXPECT_EQ( board_.peek( "words", 0x05 ), 0x4321u );
 }
 
@@ -170,11 +171,11 @@ TEST_F( SmbusProxyTest, ABadPacketErrorCodeHarmsNobodyWhoDoesNotAskForIt ) {
     expectHealthy();
 }
 
-TEST_F( SmbusProxyTest, AShortBlockFails ) {
+TEST_F( SmbusProxyTest, AShortBlockIsDeliveredAsItCameButNotWhereTheLengthWasAsked ) {
     inject( { "psu", "short-block", "--times", "1" } );
-    std::string block = "unchanged";
-    EXPECT_NE( readBlock( "psu", 0x9A, &block ), PL_STATUS_OK );
-    EXPECT_EQ( block, "unchanged" );
+    std::string block;
+    EXPECT_EQ( readBlock( "psu", 0x9A, &block ), PL_STATUS_OK );
+    EXPECT_EQ( block, "DPS550AB6" );
     inject( { "rom", "short-block", "--times", "1" } );
     EXPECT_EQ( readI2c( "rom", 0, 7, &block ), PL_STATUS_TRANSPORT );
     EXPECT_EQ( block, "???????" );

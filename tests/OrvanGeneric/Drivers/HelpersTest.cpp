@@ -346,10 +346,11 @@ const char unnamedDriver[] =
 
 TEST_F( DeviceByLabel, MakesTheInstanceOnce ) {
     load( R"({ "did": 7, "label": "PSoC", "driver": "Dummy", "address": { "address": 16 } })" );
-    Component::HardwareDevice *device = Drivers::getHardwareDeviceByLabel( "PSoC", "PCA9548" );
-    EXPECT_NE( dynamic_cast<Drivers::Dummy *>( device ), nullptr );
+    const std::unique_ptr<Component::HardwareDevice> device(
+        Drivers::getHardwareDeviceByLabel( "PSoC", "PCA9548" ) );
+    EXPECT_NE( dynamic_cast<Drivers::Dummy *>( device.get() ), nullptr );
     EXPECT_EQ( device->ham(), &ham_ );
-    EXPECT_EQ( Drivers::getHardwareDeviceByLabel( "PSoC", "PCA9548" ), device );
+    EXPECT_EQ( Drivers::getHardwareDeviceByLabel( "PSoC", "PCA9548" ), device.get() );
 }
 
 TEST_F( DeviceByLabel, TakesTheInstanceThatTheDeviceHas ) {
@@ -361,9 +362,9 @@ TEST_F( DeviceByLabel, TakesTheInstanceThatTheDeviceHas ) {
 
 TEST_F( DeviceByLabel, DeviceWithoutADriverGetsTheGivenOneAndKeepsIt ) {
     load( unnamedDriver );
-    EXPECT_NE(
-        dynamic_cast<Drivers::Dummy *>( Drivers::getHardwareDeviceByLabel( "PSoC", "Dummy" ) ),
-        nullptr );
+    const std::unique_ptr<Component::HardwareDevice> device(
+        Drivers::getHardwareDeviceByLabel( "PSoC", "Dummy" ) );
+    EXPECT_NE( dynamic_cast<Drivers::Dummy *>( device.get() ), nullptr );
     EXPECT_EQ( Topology::findDevice( 7 )->args->driver, "Dummy" );
     Drivers::getHardwareDeviceByLabel( "PSoC", "PCA9548" );
     EXPECT_EQ( Topology::findDevice( 7 )->args->driver, "Dummy" );
@@ -429,7 +430,8 @@ TEST_F( DeviceByLabel, RegisterBitOfALabelledDeviceWithoutADriverIsADummysGpio )
     load( unnamedDriver );
     std::unique_ptr<Component::LogicalDevice::Gpio> gpio(
         Drivers::getRegGpioForDevice( "PSoC", 8, 0 ) );
-    EXPECT_NE( dynamic_cast<Drivers::Dummy *>( Component::DeviceBase::devices.at( 7 ) ), nullptr );
+    const std::unique_ptr<Component::DeviceBase> device( Component::DeviceBase::devices.at( 7 ) );
+    EXPECT_NE( dynamic_cast<Drivers::Dummy *>( device.get() ), nullptr );
     gpio->writeOnly = true;
     ham_.takeLog();
     EXPECT_EQ( gpio->bitSet(), PL_STATUS_OK );

@@ -14,6 +14,7 @@
 #include "OrvanGeneric/Topology.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
+#include "tests/support/SimulatedDevice.h"
 
 namespace {
 
@@ -325,6 +326,7 @@ TEST_F( MirelundPCA9555Test, AddedLedBringsTheTimer ) {
     pl_led *added = pl_led_add( R"({ "driver": "MirelundPCA9555", "did": 9,
         "address": { "address": 32 }, "driverArgs": { "id": 1 } })" );
     ASSERT_NE( added, nullptr );
+    const std::unique_ptr<Led> owner( static_cast<Led *>( added->priv ) );
     EXPECT_NE( Led::blinkTimer_, 0u );
     EXPECT_EQ( added->ops->set_light_setting( added, PL_LED_STATUS_BEACON ), PL_STATUS_OK );
     EXPECT_TRUE( host_.timers.at( Led::blinkTimer_ ).armed );
@@ -547,6 +549,11 @@ TEST( MirelundPCA9555Simulation, HealthyFanBoard ) {
     // Inputs, outputs with the second LED amber, directions.
     EXPECT_EQ( text, "0f00ff2fff0f" );
     std::filesystem::remove_all( directory );
+
+    for ( pl_slot *slot : slots )
+        delete static_cast<Slot *>( slot->priv );
+    delete static_cast<Led *>( led->priv );
+    deleteSimulated( 9 );
 }
 
 } // namespace

@@ -15,6 +15,7 @@
 #include "OrvanGeneric/Topology.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
+#include "tests/support/SimulatedDevice.h"
 #include "tests/support/TracesOnAbort.h"
 
 namespace {
@@ -470,6 +471,11 @@ TEST( MirelundPsocSimulation, FansAndSensorsAnswerFromTheSimulationFile ) {
     EXPECT_EQ( fourth->ops->get_rpm( fourth, &rpm ), PL_STATUS_FAULT );
     EXPECT_EQ( third->ops->get_rpm( third, &rpm ), PL_STATUS_OK );
     std::filesystem::remove_all( directory );
+
+    for ( pl_fan *fan : { third, fourth } )
+        delete static_cast<Component::LogicalDevice::Fan *>( fan->priv );
+    delete static_cast<Component::LogicalDevice::TempSensor *>( sensor->priv );
+    deleteSimulated( 7 );
 }
 
 } // namespace

@@ -1,0 +1,110 @@
+#include "OrvanGeneric/Ham/IpmiHam.h"
+
+#include <pl/types.h>
+
+#include "OrvanGeneric/Ham/IpmitoolHam.h"
+#include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/NotImplementedException.h"
+
+namespace Ham {
+
+using Component::NotImplementedException;
+
+std::map<std::string, IpmiHamFactory> ipmiHams;
+
+namespace {
+
+/** Adds this library's kinds, once; a kind of that name that is there already stays. */
+void addOwnKinds() {
+    static const bool added = ipmiHams.emplace( "ipmitool", IpmitoolHam::create ).second;
+    static_cast<void>( added );
+}
+
+} // namespace
+
+std::string IpmiHam::fanId( const std::string & ) {
+    throw NotImplementedException( "fanId" );
+}
+std::string IpmiHam::psuId( const std::string & ) {
+    throw NotImplementedException( "psuId" );
+}
+std::string IpmiHam::airflowId( const std::string & ) {
+    throw NotImplementedException( "airflowId" );
+}
+void IpmiHam::configure( const Drivers::DriverArgs & ) {}
+void IpmiHam::refresh( const std::string & ) {}
+
+std::string IpmiHam::upperCase( std::string name ) {
+    // Not toupper(): the host's locale has no say in a sensor's name.
+    for ( char &c : name )
+        if ( c >= 'a' && c <= 'z' )
+            c = static_cast<char>( c - 'a' + 'A' );
+    return name;
+}
+
+int IpmiHam::getSensorVal( const std::string &name, std::string *value ) {
+    refresh( name );
+    const auto it = sensors.find( upperCase( name ) );
+    if ( it == sensors.end() )
+        return PL_STATUS_TRANSPORT;
+    *value = it->second;
+    return status;
+}
+
+int IpmiHam::getSensorVal( const std::string &name, int *value ) {
+    std::string reading;
+    const int result = getSensorVal( name, &reading );
+    if ( result == 0 )
+        *value = std::stoi( reading );
+    return result;
+}
+
+int IpmiHam::getSensorVal( const std::string &name, float *value ) {
+    std::string reading;
+    const int result = getSensorVal( name, &reading );
+    if ( result == 0 )
+        *value = std::stof( reading );
+    return result;
+}
+
+int IpmiHam::getFruVal( const std::string &name, FruData &data ) {
+    refresh( name );
+    const auto it = frus.find( upperCase( name ) );
+    if ( it == frus.end() )
+        return PL_STATUS_TRANSPORT;
+    data = it->second;
+    return status;
+}
+
+int IpmiHam::fanPresence( const std::string &name, bool *present ) {
+    std::string reading;
+    const int result = getSensorVal( name, &reading );
+    *present = result == 0;
+    TRACE( 6, "IpmiHam::fanPresence  '%s' %d %d", name.c_str(), result, *present ? 1 : 0 );
+    return result;
+}
+
+int IpmiHam::psuPresence( const std::string &name, std::string *model ) {
+    FruData data;
+    const int result = getFruVal( name, data );
+    if ( result == 0 )
+        *model = data.model;
+    return result;
+}
+
+std::shared_ptr<IpmiHam> createIpmiHam( const std::string &name ) {
+    addOwnKinds();
+    TRACE( 3, "looking for ham %s", name.c_str() );
+    const auto it = ipmiHams.find( name );
+    if ( it == ipmiHams.end() ) {
+        TRACE( 0, "ham not found %s", name.c_str() );
+        return nullptr;
+    }
+    TRACE( 3, "creating  %s factory function", name.c_str() );
+    std::shared_ptr<IpmiHam> ham = it->second();
+    if ( !ham )
+        TRACE( 0, "Failed to create ham %s", name.c_str() );
+    return ham;
+}
+
+} // namespace Ham

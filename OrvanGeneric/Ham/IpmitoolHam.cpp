@@ -1,0 +1,195 @@
+#include "OrvanGeneric/Ham/IpmitoolHam.h"
+
+#include <cassert>
+#include <sstream>
+#include <utility>
+
+#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/Drivers/Helpers.h"
+#include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/Utils.h"
+
+namespace Ham {
+
+namespace {
+
+constexpr const char *defaultCommand = "ipmitool";
+constexpr int defaultLimit = 5;       // seconds
+constexpr int defaultCacheAge = 1000; // milliseconds
+constexpr int defaultBackOff = 5000;  // milliseconds
+
+/** The tool's own name for the BMC's FRU, which no list has. */
+constexpr const char *builtinFru = "BUILTIN FRU DEVICE";
+
+constexpr const char *backToFront = "backToFrontAirflow";
+constexpr const char *frontToBack = "frontToBackAirflow";
+
+int64_t milliseconds() {
+    timespec now;
+    Utils::os.clockGettime( CLOCK_MONOTONIC, &now );
+    return static_cast<int64_t>( now.tv_sec ) * 1000 + now.tv_nsec / 1000000;
+}
+
+bool hasOption( const std::string &command, const std::string &option ) {
+    std::istringstream words( command );
+    for ( std::string word; words >> word; )
+        if ( word.compare( 0, option.size(), option ) == 0 )
+            return true;
+    return false;
+}
+
+/** The command with bounds to how often and how long it tries a remote BMC. */
+std::string bounded( std::string command ) {
+    if ( hasOption( command, "-H" ) )
+        for ( const char *option : { "-N", "-R" } )
+            if ( !hasOption( command, option ) )
+                command += std::string( " " ) + option + " 1";
+    return command;
+}
+
+} // namespace
+
+IpmitoolHam::IpmitoolHam( Run run )
+    : run_( std::move( run ) ), command_( defaultCommand ), limit_( defaultLimit ),
+      cacheAge_( defaultCacheAge ), backOff_( defaultBackOff ) {}
+
+std::shared_ptr<IpmiHam> IpmitoolHam::create() {
+    return std::make_shared<IpmitoolHam>( Drivers::runCmd );
+}
+
+void IpmitoolHam::configure( const Drivers::DriverArgs &args ) {
+    const auto command = args.driverArgs.find( "ipmiCommand" );
+    if ( command != args.driverArgs.end() )
+        command_ = bounded( command->second );
+    const int ipmiTimeout = intArg( args, "ipmiTimeout", defaultLimit );
+    assert( ipmiTimeout >= 1 );
+    limit_ = static_cast<unsigned>( ipmiTimeout );
+    const int ipmiCacheAge = intArg( args, "ipmiCacheAge", defaultCacheAge );
+    assert( ipmiCacheAge >= 0 );
+    cacheAge_ = ipmiCacheAge;
+    const int ipmiBackOff = intArg( args, "ipmiBackOff", defaultBackOff );
+    assert( ipmiBackOff >= 0 );
+    backOff_ = ipmiBackOff;
+}
+
+std::string IpmitoolHam::fanId( const std::string &name ) {
+    FruData data;
+    return getFruVal( name, data ) == 0 ? data.model : std::string();
+}
+
+std::string IpmitoolHam::psuId( const std::string &name ) {
+    return fanId( name );
+}
+
+std::string IpmitoolHam::airflowId( const std::string &name ) {
+    std::string direction;
+    return getSensorVal( airflowSensorPrefix + name, &direction ) == 0 ? direction : std::string();
+}
+
+void IpmitoolHam::refresh( const std::string &name ) {
+    const int64_t now = milliseconds();
+    if ( !finishedAt_ ||
+         ( status == 0 ? now - *finishedAt_ > cacheAge_ : now - *finishedAt_ >= backOff_ ) )
+        refreshSensors();
+    if ( status != 0 )
+        return;
+    if ( name.size() > listedNameLength )
+        refreshLongName( name );
+    const std::string upper = upperCase( name );
+    if ( ( fruNames_.count( upper ) || upper == builtinFru ) &&
+         ( !frusAt_ || now - *frusAt_ > cacheAge_ ) )
+        refreshFrus();
+}
+
+void IpmitoolHam::refreshSensors() {
+    std::string output;
+    const bool ended = run( "-c sdr elist all", output );
+    SensorList list = parseSensorList( output );
+    if ( !ended || !list.recognised() ) {
+        TRACE( 0, "Error: ipmitool lists no sensors" );
+        return finish( false );
+    }
+    std::map<std::string, std::string> readings;
+    for ( const auto &[ name, reading ] : list.readings )
+        readings.emplace( upperCase( name ), reading );
+    if ( !fetchLongNames( longNames_, list, readings ) )
+        return finish( false );
+    sensors = std::move( readings );
+    fruNames_.clear();
+    for ( const std::string &name : list.frus )
+        fruNames_.insert( upperCase( name ) );
+    list_ = std::move( list );
+    finish( true );
+}
+
+void IpmitoolHam::refreshLongName( const std::string &name ) {
+    if ( longNames_.insert( name ).second && !fetchLongNames( { name }, list_, sensors ) )
+        finish( false );
+}
+
+bool IpmitoolHam::fetchLongNames( const std::set<std::string> &names, const SensorList &list,
+                                  std::map<std::string, std::string> &readings ) const {
+    std::map<std::string, std::string> found;
+    std::string analog;
+    std::string output;
+    for ( const std::string &name : names )
+        if ( list.analog.count( name.substr( 0, listedNameLength ) ) )
+            analog += ' ' + Drivers::shellQuote( name );
+    if ( !analog.empty() ) {
+        if ( !run( "-c sensor reading" + analog, output ) )
+            return false;
+        found = parseSensorReadings( output );
+    }
+    // Discrete sensors are not read by name, only described, and under the name that is cut.
+    for ( const std::string &name : names ) {
+        const std::string cut = name.substr( 0, listedNameLength );
+        if ( found.count( name ) || !list.discrete.count( cut ) )
+            continue;
+        if ( !run( "-c sdr get " + Drivers::shellQuote( name ), output ) )
+            return false;
+        const SensorList one = parseSensorList( output );
+        const auto it = one.readings.find( cut );
+        if ( it != one.readings.end() && one.discrete.count( cut ) )
+            found[ name ] = it->second;
+    }
+    for ( const std::string &name : names ) {
+        const auto it = found.find( name );
+        if ( it == found.end() )
+            continue;
+        const std::string upper = upperCase( name );
+        const bool airflow = upper.rfind( airflowSensorPrefix, 0 ) == 0;
+        const char *direction = std::stof( it->second ) != 0 ? backToFront : frontToBack;
+        readings[ upper ] = airflow ? direction : it->second;
+    }
+    return true;
+}
+
+void IpmitoolHam::refreshFrus() {
+    std::string output;
+    const bool ended = run( "fru print", output );
+    const FruList list = parseFruList( output );
+    if ( !ended || !list.recognised ) {
+        TRACE( 0, "Error: ipmitool lists no FRUs" );
+        return finish( false );
+    }
+    frus.clear();
+    for ( const auto &[ name, data ] : list.frus )
+        frus.emplace( upperCase( name ), data );
+    frusAt_ = milliseconds();
+}
+
+bool IpmitoolHam::run( const std::string &arguments, std::string &output ) const {
+    // Nobody is there to answer a tool that asks, for a password for example.
+    const std::string command = command_ + ' ' + arguments + " </dev/null 2>/dev/null";
+    if ( run_( command.c_str(), output, limit_ ) != PL_STATUS_TRANSPORT )
+        return true;
+    TRACE( 0, "Error: ipmitool took longer than %u s", limit_ );
+    return false;
+}
+
+void IpmitoolHam::finish( bool good ) {
+    status = good ? PL_STATUS_OK : PL_STATUS_TRANSPORT;
+    finishedAt_ = milliseconds();
+}
+
+} // namespace Ham

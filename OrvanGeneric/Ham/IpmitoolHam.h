@@ -1,0 +1,83 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+#include <pl/types.h>
+
+#include "OrvanGeneric/Ham/IpmiHam.h"
+#include "OrvanGeneric/Ham/IpmitoolOutput.h"
+
+namespace Ham {
+
+/**
+ * The sensors and FRUs of a BMC as the tool ipmitool prints them.
+ *
+ * One run of the tool lists all sensors and serves every look-up until the list is too old; names
+ * that the list cuts short are fetched together in a second run, FRUs in a third once one was asked
+ * for. The tool takes a long name only in the BMC's own letter case. When a run fails, the look-ups
+ * report it without a run of their own until the back-off ends.
+ *
+ * Driver arguments, all optional:
+ * - "ipmiCommand": the tool with its options, for example "ipmitool -I lanplus -H bmc -U me -f file";
+ *   default "ipmitool". It goes through the shell as it is. A remote BMC ("-H") gets "-N 1" and
+ *   "-R 1" unless the command has them: by itself the tool waits 20 s for one that is gone.
+ * - "ipmiTimeout": seconds after which a run is killed, at least 1; default 5. The backstop only: a
+ *   tool that is killed leaves its session open in the BMC.
+ * - "ipmiCacheAge": milliseconds for which a list serves, counted from its arrival; default 1000.
+ * - "ipmiBackOff": milliseconds without a run after one that failed; default 5000.
+ *
+ * Sensors named "AIRFLOWDIRECTION_..." read "backToFrontAirflow" where they are 1 or asserted and
+ * "frontToBackAirflow" where not: no sensor of a BMC has such texts itself.
+ */
+class IpmitoolHam final : public IpmiHam {
+  public:
+    /** Runs a shell command; see Drivers::runCmd. */
+    using Run =
+        std::function<pl_status( const char *command, std::string &output, unsigned limit )>;
+
+    explicit IpmitoolHam( Run run );
+
+    static std::shared_ptr<IpmiHam> create();
+
+    /** The model of the FRU of that name; empty where there is none. */
+    std::string fanId( const std::string &name ) override;
+    std::string psuId( const std::string &name ) override;
+    /** What the airflow sensor of that FRU id reads; empty where there is none. */
+    std::string airflowId( const std::string &name ) override;
+    /** Aborts on numbers out of range; what is no number throws as std::stoi does. */
+    void configure( const Drivers::DriverArgs &args ) override;
+    void refresh( const std::string &name ) override;
+
+  private:
+    void refreshSensors();
+    void refreshLongName( const std::string &name );
+    void refreshFrus();
+    /** Runs the tool; false when it was killed. What it printed says how it went otherwise. */
+    bool run( const std::string &arguments, std::string &output ) const;
+    /**
+     * Adds the readings of @p names, which the list has cut, to @p readings (by upper-case name).
+     * @return false when the tool was killed
+     */
+    bool fetchLongNames( const std::set<std::string> &names, const SensorList &list,
+                         std::map<std::string, std::string> &readings ) const;
+    void finish( bool good );
+
+    Run run_;
+    std::string command_;
+    unsigned limit_;                    ///< seconds
+    int64_t cacheAge_;                  ///< milliseconds
+    int64_t backOff_;                   ///< milliseconds
+    SensorList list_;                   ///< as last printed
+    std::set<std::string> fruNames_;    ///< of the units that the list has, in upper case
+    std::set<std::string> longNames_;   ///< asked for and longer than the list prints, as given
+    std::optional<int64_t> finishedAt_; ///< end of the last attempt, monotonic milliseconds
+    std::optional<int64_t> frusAt_;     ///< when the FRUs were read
+};
+
+} // namespace Ham

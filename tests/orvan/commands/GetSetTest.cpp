@@ -1,0 +1,116 @@
+#include "tests/orvan/FakeBoard.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using orvan::ExitCode;
+using testing::Contains;
+using testing::ElementsAre;
+
+class GetSetTest : public testing::Test {
+  protected:
+    GetSetTest() {
+        board_.add( "gpio", "line" );
+        board_.add( "fan", "fan1" ).args = { { "maxRpm", "20000" } };
+        board_.add( "led", "light" );
+        board_.add( "smbus", "raw" );
+    }
+    void expectBadInput( const std::string &line, const std::string &message ) {
+        const test::Outcome outcome = board_.run( line );
+        EXPECT_EQ( outcome.code, ExitCode::BadInput );
+        EXPECT_EQ( outcome.errors, "error: " + message + "\n" );
+        EXPECT_EQ( outcome.output, "" );
+    }
+    test::FakeBoard board_;
+    FakeState &state_ = board_.state();
+};
+
+TEST_F( GetSetTest, TheOnlyReadingNeedsNoName ) {
+    state_.number = 1;
+    EXPECT_EQ( board_.run( "get line" ).output, "1\n" );
+    EXPECT_EQ( board_.run( "get line value" ).output, "1\n" );
+}
+
+TEST_F( GetSetTest, SeveralReadingsComeWithNamesAndUnits ) {
+    state_.number = 5000;
+    const test::Outcome all = board_.run( "get fan1" );
+    EXPECT_EQ( all.output, "rpm 5000 rpm\npercent 25 %\nstalled no\ndebug -\n" );
+    EXPECT_EQ( all.code, ExitCode::Ok );
+    EXPECT_EQ( board_.run( "get fan1 percent" ).output, "25 %\n" );
+}
+
+TEST_F( GetSetTest, AFailedReadingFailsTheRun ) {
+    state_.status = PL_STATUS_NOT_PRESENT;
+    const test::Outcome outcome = board_.run( "get line" );
+    EXPECT_EQ( outcome.output, "not present\n" );
+    EXPECT_EQ( outcome.code, ExitCode::Failed );
+}
+
+TEST_F( GetSetTest, GetJson ) {
+    state_.number = 5000;
+    EXPECT_EQ( board_.run( "get fan1 rpm --json" ).output,
+               R"({"rpm":{"status":"ok","value":5000,"unit":"rpm"}})"
+               "\n" );
+    state_.throwOnCall = true;
+    EXPECT_EQ( board_.run( "get line --json" ).output,
+               R"({"value":{"status":"failed","error":"fake::FakeNotImplemented: Not implemented )"
+               R"(bit_read"}})"
+               "\n" );
+}
+
+TEST_F( GetSetTest, AReadingThatIsNotThereIsNamedWithThoseThatAre ) {
+    expectBadInput( "get fan1 speed", "fan1 has no reading \"speed\"; a fan has: rpm, percent, "
+                                      "stalled, debug" );
+    expectBadInput( "get fan2", "the board has no peripheral \"fan2\"" );
+}
+
+TEST_F( GetSetTest, SetCallsTheLibrary ) {
+    EXPECT_EQ( board_.run( "set line on" ).code, ExitCode::Ok );
+    EXPECT_EQ( board_.run( "set fan1 rpm 50%" ).code, ExitCode::Ok );
+    EXPECT_EQ( board_.run( "set light beacon" ).code, ExitCode::Ok );
+    EXPECT_THAT( state_.calls, Contains( "bit_set" ) );
+    EXPECT_THAT( state_.calls, Contains( "set_rpm 10000" ) );
+    EXPECT_THAT( state_.calls, Contains( "set_light_setting 6" ) );
+}
+
+TEST_F( GetSetTest, AnLedShowsWhatThisRunLastSet ) {
+    EXPECT_EQ( board_.shell( "set light good\nget light\n" ).output,
+               "setting good\nblinking no\n" );
+    state_.status = PL_STATUS_INVALID;
+    const test::Outcome outcome = board_.run( "set light inactive" );
+    EXPECT_EQ( outcome.code, ExitCode::Failed );
+    EXPECT_EQ( outcome.errors, "light: invalid\n" );
+    state_.status = PL_STATUS_OK;
+    EXPECT_EQ( board_.run( "get light setting" ).output, "-\n" ) << "what it shows is not known";
+}
+
+TEST_F( GetSetTest, SetNamesWhatCanBeSet ) {
+    expectBadInput( "set fan1 9000", "fan1, a fan, is set with: set fan1 rpm (revolutions per "
+                                     "minute, or 0% to 100%)" );
+    expectBadInput( "set line value on", "line, a gpio, is set with: set line (on, off, 1 or 0)" );
+    expectBadInput( "set raw 1", "nothing can be set on raw, a smbus" );
+    expectBadInput( "set line up",
+                    "a GPIO line cannot be set to \"up\"; expected on, off, 1 or 0" );
+}
+
+TEST_F( GetSetTest, WhatASettingThrowsIsAFailure ) {
+    state_.throwOnCall = true;
+    const test::Outcome outcome = board_.run( "set line on" );
+    EXPECT_EQ( outcome.code, ExitCode::Failed );
+    EXPECT_EQ( outcome.errors, "error: the library threw fake::FakeNotImplemented: Not "
+                               "implemented bit_set\n" );
+}
+
+TEST_F( GetSetTest, ExpectComparesAsShown ) {
+    state_.number = 5000;
+    EXPECT_EQ( board_.run( "expect fan1 rpm 5000" ).code, ExitCode::Ok );
+    EXPECT_EQ( board_.run( "expect line 5000" ).code, ExitCode::Ok );
+    const test::Outcome outcome = board_.run( "expect fan1 stalled yes" );
+    EXPECT_EQ( outcome.code, ExitCode::Failed );
+    EXPECT_EQ( outcome.errors, "fan1 stalled is no, expected yes\n" );
+    state_.status = PL_STATUS_FAULT;
+    EXPECT_EQ( board_.run( "expect fan1 rpm fault" ).code, ExitCode::Ok );
+}
+
+} // namespace

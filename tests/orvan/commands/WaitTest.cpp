@@ -1,0 +1,49 @@
+#include "tests/orvan/FakeBoard.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using orvan::ExitCode;
+using testing::HasSubstr;
+
+class WaitTest : public testing::Test {
+  protected:
+    WaitTest() {
+        board_.add( "gpio", "polled", R"({"name":"timer"})" ); // every 1000 ms
+        board_.add( "gpio", "quiet" );
+    }
+    test::FakeBoard board_;
+    FakeState &state_ = board_.state();
+};
+
+TEST_F( WaitTest, SecondsLetTimersRun ) {
+    EXPECT_EQ( board_.shell( "get polled\nwait 2.5\n" ).code, ExitCode::Ok );
+    EXPECT_EQ( state_.ticks, 3u ) << "one of them before the reading";
+}
+
+TEST_F( WaitTest, TicksAreWaitedFor ) {
+    EXPECT_EQ( board_.shell( "get polled\nwait --ticks 4\n" ).code, ExitCode::Ok );
+    EXPECT_EQ( state_.ticks, 5u );
+}
+
+TEST_F( WaitTest, TicksThatDoNotComeInTimeFail ) {
+    const test::Outcome outcome = board_.shell( "get polled\nwait 1.5 --ticks 4\n" );
+    EXPECT_EQ( outcome.code, ExitCode::Failed );
+    EXPECT_THAT( outcome.errors, HasSubstr( "not every timer fired 4 times in 1.5 s\n" ) );
+}
+
+TEST_F( WaitTest, WithoutATimerThereIsNothingToWaitFor ) {
+    const test::Outcome outcome = board_.shell( "get quiet\nwait --ticks 1\n" );
+    EXPECT_EQ( outcome.code, ExitCode::Failed );
+    EXPECT_THAT( outcome.errors,
+                 HasSubstr( "no timer is running: nothing used so far is polled or blinks\n" ) );
+}
+
+TEST_F( WaitTest, NonsenseIsBadInput ) {
+    for ( const char *line : { "wait -1", "wait long", "wait --ticks 0", "wait 1 2" } ) {
+        EXPECT_EQ( board_.run( line ).code, ExitCode::BadInput ) << line;
+    }
+}
+
+} // namespace
