@@ -16,46 +16,21 @@ namespace {
 
 constexpr uint8_t operationOn = 0x80;
 
-/** Bits of the STATUS registers. */
-constexpr uint8_t voutUnderVoltage = 0x10;
-constexpr uint8_t ioutOverCurrent = 0x80;
-constexpr uint8_t vinUnderVoltage = 0x10;
-constexpr uint8_t offForInsufficientInput = 0x08;
-constexpr uint8_t overTemperature = 0x80;
-constexpr uint8_t invalidCommand = 0x80;
-constexpr uint8_t invalidData = 0x40;
-constexpr uint8_t packetErrorCheckFailed = 0x20;
-
-/** Bits of STATUS_WORD; the lower ones are STATUS_BYTE's. */
-constexpr uint32_t wordPowerGoodNegated = 1u << 11;
-constexpr uint32_t wordOff = 1u << 6;
-constexpr uint32_t wordIoutOverCurrent = 1u << 4;
-constexpr uint32_t wordVinUnderVoltage = 1u << 3;
-constexpr uint32_t byteMask = 0xFF;
-
-/** The bit of STATUS_WORD that tells of anything in a STATUS register. */
-constexpr struct {
-    uint8_t command;
-    uint32_t wordBit;
-} summaries[] = {
-    { STATUS_VOUT, 1u << 15 },     { STATUS_IOUT, 1u << 14 },       { STATUS_INPUT, 1u << 13 },
-    { STATUS_FANS_1_2, 1u << 10 }, { STATUS_TEMPERATURE, 1u << 2 }, { STATUS_CML, 1u << 1 },
-};
-
 /** WRITE_PROTECT, and what each of its settings leaves writable besides itself. */
 constexpr uint8_t protectAll = 0x80;
 constexpr uint8_t protectAllButOperation = 0x40;
 constexpr uint8_t protectAllButOutput = 0x20;
 
-/** By fan: its bits in FAN_CONFIG_1_2 and its fault in STATUS_FANS_1_2. */
+/** By fan: its bits in FAN_CONFIG_1_2. */
 constexpr uint8_t fanInstalled[] = { 0x80, 0x08 };
 constexpr uint8_t fanInRpm[] = { 0x40, 0x04 };
-constexpr uint8_t fanFault[] = { 0x80, 0x40 };
 
 /** Packet error codes, buses up to 400 kHz. */
 constexpr uint8_t capabilityWithPec = 0xA0;
 constexpr uint8_t capabilityWithoutPec = 0x20;
 constexpr uint8_t revision12 = 0x22;
+
+constexpr uint32_t byteMask = 0xFF;
 
 constexpr double hottest = 100;
 constexpr double fullDuty = 100;
@@ -68,23 +43,7 @@ std::vector<uint8_t> lowByteFirst( uint32_t number, unsigned width ) {
     return bytes;
 }
 
-/** The input that blocks a fan's rotor. */
-std::string blockedInput( size_t fan ) {
-    return fmt::format( "fan{}.blocked", fan + 1 );
-}
-
 } // namespace
-
-/** A command: what it is called, how wide it is (a block: 0), and what it reads as. */
-struct PmbusSupply::Row {
-    uint8_t command;
-    const char *name;
-    unsigned width;
-    bool writable;
-    uint32_t ( *read )( const PmbusSupply &supply ); ///< of those that do not just hold faults
-    size_t fans = 0;                                 ///< that the supply must have for it
-    size_t temperatures = 0;                         ///< as well
-};
 
 // clang-format off
 const PmbusSupply::Row PmbusSupply::rows[] = {
@@ -143,7 +102,7 @@ void PmbusSupply::reset() {
     writeProtect_ = identity_.writeProtect;
     fanConfig_ = resetFanConfig_;
     fanCommands_ = resetFanCommands_;
-    faults_.clear();
+    status_.clear();
     forced_.clear();
     driveFans();
     model_.stopFans();
@@ -165,38 +124,26 @@ void PmbusSupply::driveFans() {
 
 // Faults
 
-uint8_t PmbusSupply::faults( uint8_t statusCommand ) const {
-    const auto found = faults_.find( statusCommand );
-    return found == faults_.end() ? uint8_t{ 0 } : found->second;
-}
-
 void PmbusSupply::latchFaults() {
     const auto add = [ this ]( uint8_t command, bool fault, unsigned bits ) {
         if ( fault ) {
-            faults_[ command ] |= static_cast<uint8_t>( bits );
+            status_.add( command, static_cast<uint8_t>( bits ) );
         }
     };
-    add( STATUS_VOUT, model_.isOn() && !model_.isDelivering(), voutUnderVoltage );
-    add( STATUS_IOUT, model_.outputPower() > model_.ratings().power, ioutOverCurrent );
-    add( STATUS_INPUT, !model_.hasMains(), vinUnderVoltage | offForInsufficientInput );
+    add( STATUS_VOUT, model_.isOn() && !model_.isDelivering(), PmbusStatus::voutUnderVoltage );
+    add( STATUS_IOUT, model_.outputPower() > model_.ratings().power, PmbusStatus::ioutOverCurrent );
+    add( STATUS_INPUT, !model_.hasMains(),
+         PmbusStatus::vinUnderVoltage | PmbusStatus::offForInsufficientInput );
     for ( size_t i = 0; i < model_.temperatures(); i++ ) {
-        add( STATUS_TEMPERATURE, model_.temperature( i ) > hottest, overTemperature );
+        add( STATUS_TEMPERATURE, model_.temperature( i ) > hottest, PmbusStatus::overTemperature );
     }
     for ( size_t i = 0; i < model_.fans(); i++ ) {
-        add( STATUS_FANS_1_2, model_.isStalled( i ), fanFault[ i ] );
+        add( STATUS_FANS_1_2, model_.isStalled( i ), PmbusStatus::fanFault[ i ] );
     }
 }
 
 uint32_t PmbusSupply::statusWord() const {
-    uint32_t word = 0;
-    for ( const auto &[ command, wordBit ] : summaries ) {
-        word |= faults( command ) != 0 ? wordBit : 0;
-    }
-    word |= ( faults( STATUS_IOUT ) & ioutOverCurrent ) != 0 ? wordIoutOverCurrent : 0;
-    word |= ( faults( STATUS_INPUT ) & vinUnderVoltage ) != 0 ? wordVinUnderVoltage : 0;
-    word |= model_.isOn() ? 0 : wordOff;
-    word |= model_.isDelivering() ? 0 : wordPowerGoodNegated;
-    return word;
+    return status_.word( model_.isOn(), model_.isDelivering() );
 }
 
 uint32_t PmbusSupply::voutWord() const {
@@ -240,7 +187,7 @@ uint32_t PmbusSupply::numberOf( const Row &row ) const {
     if ( row.read != nullptr ) {
         return row.read( *this );
     }
-    return faults( row.command );
+    return status_.get( row.command );
 }
 
 std::vector<uint8_t> PmbusSupply::readCommand( uint8_t command ) {
@@ -268,11 +215,11 @@ void PmbusSupply::writeCommand( uint8_t command, std::span<const uint8_t> data )
     if ( isProtected( command ) ) {
         misuse( fmt::format( "write of command 0x{:02X} while WRITE_PROTECT is 0x{:02X}", command,
                              writeProtect_ ) );
-        faults_[ STATUS_CML ] |= invalidData;
+        status_.add( STATUS_CML, PmbusStatus::invalidData );
         return;
     }
     if ( command == CLEAR_FAULTS ) {
-        faults_.clear();
+        status_.clear();
         latchFaults();
         return;
     }
@@ -302,18 +249,16 @@ void PmbusSupply::store( uint8_t command, uint16_t value ) {
 void PmbusSupply::refused( SmbusMisuse misuse ) {
     switch ( misuse ) {
     case SmbusMisuse::UnknownCommand:
-        faults_[ STATUS_CML ] |= invalidCommand;
+        status_.add( STATUS_CML, PmbusStatus::invalidCommand );
         break;
     case SmbusMisuse::BadData:
-        faults_[ STATUS_CML ] |= invalidData;
+        status_.add( STATUS_CML, PmbusStatus::invalidData );
         break;
     case SmbusMisuse::BadPec:
-        faults_[ STATUS_CML ] |= packetErrorCheckFailed;
+        status_.add( STATUS_CML, PmbusStatus::packetErrorCheckFailed );
         break;
     }
 }
-
-// The work bench
 
 std::vector<RegisterInfo> PmbusSupply::registers() const {
     std::vector<RegisterInfo> list;
@@ -323,83 +268,6 @@ std::vector<RegisterInfo> PmbusSupply::registers() const {
         }
     }
     return list;
-}
-
-const PmbusSupply::Row &PmbusSupply::rowOf( uint32_t command ) const {
-    const Row *row = findRow( command );
-    if ( row == nullptr || !offers( *row ) ) {
-        noSuchRegister( command );
-    }
-    return *row;
-}
-
-RegisterContent PmbusSupply::peek( uint32_t reg ) const {
-    const Row &row = rowOf( reg );
-    if ( row.width == 0 ) {
-        const std::string &text = texts_.at( row.command );
-        return std::vector<uint8_t>( text.begin(), text.end() );
-    }
-    return numberOf( row );
-}
-
-void PmbusSupply::poke( uint32_t reg, const RegisterContent &content ) {
-    const Row &row = rowOf( reg );
-    if ( row.width == 0 ) {
-        const auto *block = std::get_if<std::vector<uint8_t>>( &content );
-        if ( block == nullptr || block->empty() || block->size() > maxSmbusBlock ) {
-            throw ChipError( fmt::format( "register 0x{:02X} of {} \"{}\" is a block of 1 to {} "
-                                          "bytes",
-                                          reg, type(), name(), maxSmbusBlock ) );
-        }
-        texts_[ row.command ].assign( block->begin(), block->end() );
-        return;
-    }
-    const uint32_t number = numberFor( reg, content, row.width );
-    if ( row.writable ) {
-        store( row.command, static_cast<uint16_t>( number ) );
-    } else if ( row.read == nullptr ) {
-        faults_[ row.command ] = static_cast<uint8_t>( number );
-    } else {
-        forced_[ row.command ] = number;
-    }
-}
-
-std::vector<InputInfo> PmbusSupply::inputs() const {
-    const SupplySurroundings &now = model_.surroundings();
-    std::vector<InputInfo> list = { { "vin", now.vin },
-                                    { "iout", now.iout },
-                                    { "ambient", now.ambient },
-                                    { "on", now.switchedOn ? 1.0 : 0.0 },
-                                    { "output.fault", now.outputFault ? 1.0 : 0.0 } };
-    for ( size_t i = 0; i < model_.fans(); i++ ) {
-        list.push_back( { blockedInput( i ), now.fanBlocked[ i ] ? 1.0 : 0.0 } );
-    }
-    return list;
-}
-
-void PmbusSupply::setInput( std::string_view input, double value ) {
-    SupplySurroundings next = model_.surroundings();
-    size_t fan = 0;
-    while ( fan < model_.fans() && input != blockedInput( fan ) ) {
-        fan++;
-    }
-    if ( fan < model_.fans() ) {
-        next.fanBlocked[ fan ] = lineLevel( input, value );
-    } else if ( input == "vin" ) {
-        next.vin = value;
-    } else if ( input == "iout" ) {
-        next.iout = value;
-    } else if ( input == "ambient" ) {
-        next.ambient = value;
-    } else if ( input == "on" ) {
-        next.switchedOn = lineLevel( input, value );
-    } else if ( input == "output.fault" ) {
-        next.outputFault = lineLevel( input, value );
-    } else {
-        Chip::setInput( input, value );
-    }
-    model_.setSurroundings( next );
-    latchFaults();
 }
 
 } // namespace smbusd

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "smbusd/ChipTypes.h"
+#include "smbusd/chips/PmbusStatus.h"
 #include "smbusd/chips/SmbusDevice.h"
 #include "smbusd/chips/SupplyModel.h"
 
@@ -71,7 +72,16 @@ class PmbusSupply : public SmbusDevice {
     void refused( SmbusMisuse misuse ) override;
 
   private:
-    struct Row;
+    /** A command: what it is called, how wide it is (a block: 0), and what it reads as. */
+    struct Row {
+        uint8_t command;
+        const char *name;
+        unsigned width;
+        bool writable;
+        uint32_t ( *read )( const PmbusSupply &supply ); ///< null: a text, or faults
+        size_t fans = 0;                                 ///< that the supply must have for it
+        size_t temperatures = 0;                         ///< as well
+    };
     static const Row rows[];
 
     static const Row *findRow( uint32_t command );
@@ -82,7 +92,8 @@ class PmbusSupply : public SmbusDevice {
     void store( uint8_t command, uint16_t value );
     void driveFans();
 
-    uint8_t faults( uint8_t statusCommand ) const;
+    bool changeInput( SupplySurroundings &next, std::string_view input, double value ) const;
+
     /** Faults whose causes are there add to those that were. */
     void latchFaults();
     uint32_t statusWord() const;
@@ -97,7 +108,7 @@ class PmbusSupply : public SmbusDevice {
     uint8_t writeProtect_ = 0;
     uint8_t fanConfig_ = 0;
     std::vector<uint16_t> fanCommands_;
-    std::map<uint8_t, uint8_t> faults_;  ///< by the code of their STATUS register
+    PmbusStatus status_;
     std::map<uint8_t, uint32_t> forced_; ///< readings that a person has set
     std::map<uint8_t, std::string> texts_;
 };
