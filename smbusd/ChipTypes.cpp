@@ -5,6 +5,7 @@
 #include "smbusd/chips/Pca9548.h"
 #include "smbusd/chips/Pca9555.h"
 #include "smbusd/chips/Pca9698.h"
+#include "smbusd/chips/PmbusSupply.h"
 #include "smbusd/chips/Psoc.h"
 #include "smbusd/chips/RegisterFile.h"
 #include "smbusd/chips/XcvrCpld.h"
@@ -22,6 +23,10 @@ const std::vector<ChipType> &chipTypes() {
         { "pca9548", {}, &Pca9548::create },
         { "pca9555", { "registers" }, &Pca9555::create },
         { "pca9698", { "registers" }, &Pca9698::create },
+        { "pmbus",
+          { "pec", "manufacturer", "model", "serial", "vout", "voutMode", "ratedPower",
+            "efficiency", "writeProtect", "fans", "spinUpMs", "temperatures" },
+          &PmbusSupply::create },
         { "psoc", { "fans", "spinUpMs", "stallRpm", "duty", "temperatures" }, &Psoc::create },
         { "registers",
           { "width", "byteOrder", "count", "fill", "registers", "readOnly" },

@@ -50,6 +50,8 @@ class SmbusDevice : public Chip {
     /** A write has ended well. The data of a block come without their count; a send has none. */
     virtual void writeCommand( uint8_t command, std::span<const uint8_t> data ) = 0;
 
+    /** Whether the device knows packet error codes. */
+    bool knowsPec() const { return pecKnown_; }
     /** A message was refused; it is logged already. */
     virtual void refused( SmbusMisuse misuse ) { ( void )misuse; }
 
