@@ -62,11 +62,12 @@ Unit *Board::findUnit( std::string_view name ) {
 
 void Board::plug( Unit &unit, bool plugged ) {
     unit.plugged = plugged;
-    for ( Chip *chip : unit.chips ) {
-        chip->plug( plugged );
-    }
+    // The chips of a unit that is put in wake up to what acts on them there.
     for ( const UnitInput &line : unit.inputs ) {
         line.chip->setInput( line.input, plugged ? line.plugged : line.unplugged );
+    }
+    for ( Chip *chip : unit.chips ) {
+        chip->plug( plugged );
     }
 }
 

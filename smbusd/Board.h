@@ -60,7 +60,7 @@ class Board : public PowerControl {
     const std::vector<std::unique_ptr<Chip>> &chips() const { return chips_; }
     const std::vector<std::unique_ptr<Unit>> &units() const { return units_; }
 
-    /** Plugs a unit in or pulls it: its chips, and then the lines that tell of it. */
+    /** Plugs a unit in or pulls it: its chips, and the lines that tell of it. */
     void plug( Unit &unit, bool plugged );
 
     bool powered() const { return powered_; }

@@ -93,6 +93,8 @@ class Chip {
 
     /** Power came up: volatile registers take their reset values. Inputs are outside and stay. */
     virtual void reset() = 0;
+    /** The board has been running for long: what takes its time after power-on is over. */
+    virtual void settle() {}
 
     // The work bench side. All of it throws ChipError for what the chip does not have.
 

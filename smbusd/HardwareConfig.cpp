@@ -42,6 +42,9 @@ class Loader {
         if ( const auto units = root.find( "units" ) ) {
             units->forEachElement( [ this ]( const JsonView &unit ) { loadUnit( unit ); } );
         }
+        for ( const std::unique_ptr<Chip> &chip : board_.chips() ) {
+            chip->settle();
+        }
         if ( const auto faults = root.find( "faults" ) ) {
             faults->forEachElement( [ this ]( const JsonView &fault ) {
                 board_.faults.inject( readFault( fault, board_ ) );

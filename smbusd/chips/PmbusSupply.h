@@ -54,6 +54,8 @@ class PmbusSupply : public SmbusDevice {
 
     bool start( bool read ) override;
     void reset() override;
+    /** The fans turn as they are driven. */
+    void settle() override { model_.settleFans(); }
 
     std::vector<RegisterInfo> registers() const override;
     RegisterContent peek( uint32_t reg ) const override;
