@@ -31,7 +31,7 @@ std::string compact( const rapidjson::Value &value ) {
 
 EmulatedBoard::EmulatedBoard( const std::string &name,
                               const std::function<void( std::string & )> &edit )
-    : service( edited( fileText( boards + name + "/hardware.json" ), edit ) ),
+    : service( edited( hardwareText( name ), edit ) ),
       topology_( fileText( boards + name + "/topology.json" ) ) {
     setenv( "PL_SMBUS_SOCKET", service.socket().c_str(), 1 );
     peripherals_.Parse( fileText( boards + name + "/peripherals.json" ) );
@@ -83,6 +83,14 @@ unsigned EmulatedBoard::peek( const std::string &chip, unsigned reg ) const {
 
 void EmulatedBoard::passTime( unsigned seconds ) {
     MovableClock::advance( seconds );
+}
+
+std::string hardwareText( const std::string &name ) {
+    const std::string image = "\"image\": \"";
+    std::string text = fileText( boards + name + "/hardware.json" );
+    for ( size_t at = 0; ( at = text.find( image, at ) ) != std::string::npos; )
+        text.insert( at += image.size(), boards + name + "/" );
+    return text;
 }
 
 void replaceIn( std::string &text, const std::string &from, const std::string &to ) {

@@ -55,6 +55,9 @@ class EmulatedBoard {
     std::set<std::string> initialised_;
 };
 
+/** hardware.json of a board of boards/, for a service elsewhere: images by their whole paths. */
+std::string hardwareText( const std::string &name );
+
 /** Replaces the one place where @p text has @p from; throws when there is none. */
 void replaceIn( std::string &text, const std::string &from, const std::string &to );
 
