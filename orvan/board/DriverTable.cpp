@@ -77,6 +77,7 @@ constexpr ArgRule psuSlot[] = {
     with( "gpioDevice", optional( integer( "powerOkReg", 0, 255 ) ) ),
     with( "gpioDevice", optional( integer( "powerOkBit", 0, 7 ) ) ), flag( "powerOkActiveLow" ),
     flag( "assertOnUnknownModelName" ), flag( "allowInvalidCommonHeaderChecksum" ), flag( "useApi" ),
+    with( "identificationType=ipmi", text( "ipmiId" ) ),
     with( "identificationType=ipmitool", text( "ipmiId" ) ),
     with( "identificationType=ipmitool_raw", text( "ipmiRawModel" ) ),
     with( "identificationType=ipmitool_raw", text( "ipmiRawSerialNumber" ) ) };

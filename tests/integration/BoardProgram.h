@@ -32,11 +32,14 @@ class BoardProgram {
         EXPECT_EQ( finished.exitCode, 0 ) << finished.errors;
         return finished.output;
     }
-    void ctl( const std::vector<std::string> &words ) const {
+    /** Runs smbusctl; it must succeed. @return what it printed */
+    std::string ctl( const std::vector<std::string> &words ) const {
         std::vector<std::string> command = { ORVAN_BIN_DIR "/smbusctl", "--control",
                                              service_.control() };
         command.insert( command.end(), words.begin(), words.end() );
-        EXPECT_EQ( test::runProgram( command ).exitCode, 0 );
+        const test::Finished finished = test::runProgram( command );
+        EXPECT_EQ( finished.exitCode, 0 ) << finished.errors;
+        return finished.output;
     }
 
   private:

@@ -35,6 +35,9 @@ class EmulatedBoard {
         return static_cast<Record *>( addRecord( name ) );
     }
 
+    /** Adds a slot that peripherals.json does not have; null on failure. */
+    pl_slot *addSlot( const std::string &description );
+
     /** Runs smbusctl with these words; it must succeed. @return what it printed */
     std::string ctl( const std::vector<std::string> &words ) const;
     /** A register of an emulated chip, looked at behind the bus's back. */
@@ -49,6 +52,8 @@ class EmulatedBoard {
 
   private:
     void *addRecord( const std::string &name );
+    void initialise( const std::string &kind );
+    static const char *kept( const std::string &description );
 
     std::string topology_;
     rapidjson::Document peripherals_;

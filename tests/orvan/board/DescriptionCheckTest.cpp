@@ -202,11 +202,14 @@ TEST_F( DescriptionCheckTest, EachIdentificationHasItsKeys ) {
     const auto slot = [ this ]( const std::string &type ) {
         return check( "slot", "PsuSlot", R"({"psuId":1,"identificationType":")" + type + R"("})" );
     };
-    for ( const char *type : { "pmbus", "ipmi", "wedge", "tlv" } ) {
+    for ( const char *type : { "pmbus", "wedge", "tlv" } ) {
         EXPECT_EQ( slot( type ), "" ) << type;
     }
-    EXPECT_EQ( slot( "ipmitool" ),
-               argument( "ipmiId", "expected a text that is not empty (the key is missing)" ) );
+    for ( const char *type : { "ipmi", "ipmitool" } ) {
+        EXPECT_EQ( slot( type ),
+                   argument( "ipmiId", "expected a text that is not empty (the key is missing)" ) )
+            << type;
+    }
     EXPECT_THAT( slot( "ipmitool_raw" ), HasSubstr( "driverArgs/ipmiRawModel" ) );
     EXPECT_THAT( slot( "ipmitool_raw" ), HasSubstr( "driverArgs/ipmiRawSerialNumber" ) );
     EXPECT_EQ( slot( "magic" ),
