@@ -1,4 +1,4 @@
-"""Tests of boards/tools/eeprom-image: run with the project's folder as the only argument."""
+"""Tests of scripts/eeprom-image: run with the project's folder as the only argument."""
 
 import json
 import pathlib
@@ -8,7 +8,7 @@ import tempfile
 import unittest
 
 ROOT = pathlib.Path(sys.argv.pop(1))
-TOOL = ROOT / "boards" / "tools" / "eeprom-image"
+TOOL = ROOT / "scripts" / "eeprom-image"
 
 
 def run(values):
