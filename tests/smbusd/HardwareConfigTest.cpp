@@ -85,7 +85,7 @@ TEST( HardwareConfig, RefusesWrongChips ) {
                "hardware.json: /buses/0/chips/0: 1: expected a chip: an object" );
     EXPECT_EQ( chipMessage( R"({ "name": "x", "type": "pca9556", "address": 32 })" ),
                "hardware.json: /buses/0/chips/0/type: \"pca9556\": expected one of commands, "
-               "eeprom, pca9548, pca9555, pca9698, pmbus, psoc, registers, xcvr-cpld" );
+               "eeprom, led-cpld, pca9548, pca9555, pca9698, pmbus, psoc, registers, xcvr-cpld" );
     EXPECT_EQ( chipMessage( R"({ "name": "x", "type": "pca9555", "address": "0x80" })" ),
                "hardware.json: /buses/0/chips/0/address: \"0x80\": expected a whole number from 0 "
                "to 127 (or as text: \"0x7F\")" );
