@@ -27,6 +27,18 @@ std::string compact( const rapidjson::Value &value ) {
     return buffer.GetString();
 }
 
+/** The library's form of a description: nested ones, which authors write as objects, are texts. */
+std::string descriptionText( const rapidjson::Value &authored ) {
+    rapidjson::Document description;
+    auto &allocator = description.GetAllocator();
+    description.CopyFrom( authored, allocator );
+    if ( const auto parts = description.FindMember( "multiDeviceArgs" );
+         parts != description.MemberEnd() )
+        for ( auto &part : parts->value.GetObject() )
+            part.value.SetString( compact( part.value ), allocator );
+    return compact( description );
+}
+
 } // namespace
 
 EmulatedBoard::EmulatedBoard( const std::string &name,
@@ -50,7 +62,7 @@ void *EmulatedBoard::addRecord( const std::string &name ) {
             return reinterpret_cast<decltype( pl_smbus_add ) *>( symbol )(
                 row[ "description" ][ "label" ].GetString(),
                 static_cast<unsigned char>( row[ "description" ][ "address" ].GetUint() ) );
-        const char *const description = kept( compact( row[ "description" ] ) );
+        const char *const description = kept( descriptionText( row[ "description" ] ) );
         if ( kind == "temp_sensor" )
             return reinterpret_cast<decltype( pl_temp_sensor_add ) *>( symbol )(
                 description, row[ "alert" ].GetFloat(), row[ "critical" ].GetFloat() );
