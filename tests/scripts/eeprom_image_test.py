@@ -86,7 +86,7 @@ class Images(unittest.TestCase):
             self.assertIsNone(image)
 
     def test_the_boards_images_are_those_of_their_values(self):
-        found = sorted(ROOT.glob("boards/*/eeprom/*.json"))
+        found = sorted(ROOT.glob("boards/*/*/*.json"))
         self.assertTrue(found)
         for values in found:
             _, problem, image = run(values.read_text())

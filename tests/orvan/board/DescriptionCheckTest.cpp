@@ -218,6 +218,22 @@ TEST_F( DescriptionCheckTest, EachIdentificationHasItsKeys ) {
                          "\"ipmitool_raw\", \"wedge\", \"tlv\"" ) );
 }
 
+TEST_F( DescriptionCheckTest, TheBmcsToolHasLimits ) {
+    const auto fan = [ this ]( const std::string &args ) {
+        return check( "fan", "Ipmi", R"({"ipmiKey":"F","fanId":1,"maxRpm":9000,)" + args + "}" );
+    };
+    EXPECT_EQ( fan( R"("hamType":"ipmitool")" ), "" );
+    EXPECT_EQ( fan( R"("hamType":"ipmitool","ipmiCommand":"ipmitool -H bmc","ipmiTimeout":1,)"
+                    R"("ipmiCacheAge":0,"ipmiBackOff":0)" ),
+               "" );
+    EXPECT_EQ( fan( R"("hamType":"freeipmi")" ),
+               argument( "hamType", R"("freeipmi"; expected one of "ipmitool")" ) );
+    EXPECT_EQ( fan( R"("hamType":"ipmitool","ipmiTimeout":0)" ),
+               argument( "ipmiTimeout", "0; expected an integer of at least 1" ) );
+    EXPECT_EQ( fan( R"("hamType":"ipmitool","ipmiCacheAge":-1)" ),
+               argument( "ipmiCacheAge", "-1; expected an integer of at least 0" ) );
+}
+
 TEST_F( DescriptionCheckTest, AMultiDevicesPartsAreCheckedWithTheSlotsArguments ) {
     const auto multi = [ this ]( const std::string &parts,
                                  const std::string &args = R"({"id":1})" ) {

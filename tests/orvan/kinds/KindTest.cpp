@@ -142,6 +142,12 @@ TEST_F( KindTest, AStalledFanIsNoFailure ) {
                  ElementsAre( "rpm failed", "percent failed", "stalled failed", "debug failed" ) );
 }
 
+TEST_F( KindTest, FansOfABmcCannotBeSet ) {
+    board_.add( "fan", "it" ).driver = "Ipmi";
+    const Peripheral &fan = board_.session().use( "it" );
+    EXPECT_TRUE( fan.kind->settings( fan ).empty() );
+}
+
 TEST_F( KindTest, AFanWithoutAMaximumHasNoPercentage ) {
     Peripheral &fan = use( "fan" );
     state_.number = 9000;

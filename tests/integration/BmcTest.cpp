@@ -1,0 +1,136 @@
+/** Units that a BMC owns, with a real simulator of one, the real tool and the built library. */
+#include <chrono>
+#include <cstdlib>
+#include <optional>
+
+#include <gmock/gmock.h>
+
+#include "orvan/BmcEmulation.h"
+#include "tests/integration/EmulatedBoard.h"
+
+namespace {
+
+class BmcTest : public testing::Test {
+  protected:
+    BmcTest() { startBmc(); }
+
+    void startBmc() {
+        orvan::BmcOptions options;
+        options.board = ORVAN_SOURCE_DIR "/boards/mirelund-bmc";
+        options.startLimit = std::chrono::seconds( 60 );
+        bmc_.emplace( options );
+        setenv( "ORVAN_BMC_PORT", std::to_string( bmc_->port() ).c_str(), 1 );
+        setenv( "ORVAN_BMC_CONSOLE", std::to_string( bmc_->console() ).c_str(), 1 );
+    }
+    /** Says something to the simulator's console. */
+    void console( const std::string &command ) {
+        EXPECT_EQ( std::system( ( ORVAN_SOURCE_DIR "/scripts/bmc-console " + command ).c_str() ),
+                   0 );
+    }
+    static int rpm( pl_fan *fan, pl_status expected = PL_STATUS_OK ) {
+        int value = -1;
+        EXPECT_EQ( fan->ops->get_rpm( fan, &value ), expected );
+        return value;
+    }
+    static float celsius( pl_temp_sensor *sensor ) {
+        float value = -1;
+        EXPECT_EQ( sensor->ops->get_temperature( sensor, &value ), PL_STATUS_OK );
+        return value;
+    }
+    static float measured( pl_psu *psu, pl_status ( *pl_psu_ops::*entry )( pl_psu *, float * ) ) {
+        float value = -1;
+        EXPECT_EQ( ( psu->ops->*entry )( psu, &value ), PL_STATUS_OK );
+        return value;
+    }
+    static int powerOk( pl_psu *psu ) {
+        int ok = -1;
+        EXPECT_EQ( psu->ops->get_power_ok( psu, &ok ), PL_STATUS_OK );
+        return ok;
+    }
+    static std::string presence( pl_slot *slot, pl_status expected = PL_STATUS_OK ) {
+        char *fdl = nullptr;
+        EXPECT_EQ( slot->ops->get_presence( slot, &fdl ), expected );
+        const std::string text = fdl ? fdl : "";
+        std::free( fdl );
+        return text;
+    }
+
+    std::optional<orvan::BmcEmulation> bmc_;
+    EmulatedBoard board_{ "mirelund-bmc" };
+};
+
+TEST_F( BmcTest, SuppliesAreMeasured ) {
+    pl_psu *const first = board_.add<pl_psu>( "psu1" );
+    EXPECT_EQ( measured( first, &pl_psu_ops::get_input_voltage ), 230.0f );
+    EXPECT_EQ( measured( first, &pl_psu_ops::get_input_current ), 1.1f );
+    EXPECT_EQ( measured( first, &pl_psu_ops::get_input_power ), 260.0f );
+    EXPECT_EQ( measured( first, &pl_psu_ops::get_output_voltage ), 12.0f );
+    EXPECT_EQ( measured( first, &pl_psu_ops::get_output_current ), 20.0f );
+    EXPECT_EQ( measured( first, &pl_psu_ops::get_output_power ), 240.0f );
+    EXPECT_EQ( powerOk( first ), 1 );
+    pl_psu *const second = board_.add<pl_psu>( "psu2" );
+    EXPECT_EQ( measured( second, &pl_psu_ops::get_input_voltage ), 0.0f );
+    EXPECT_EQ( powerOk( second ), 0 ) << "present, but its mains are lost";
+}
+
+TEST_F( BmcTest, FansTemperaturesAndTrays ) {
+    EXPECT_EQ( rpm( board_.add<pl_fan>( "fan1" ) ), 10000 );
+    EXPECT_EQ( rpm( board_.add<pl_fan>( "fan2" ) ), 9900 );
+    EXPECT_EQ( celsius( board_.add<pl_temp_sensor>( "ambient" ) ), 27.0f ); // a comma in its name
+    EXPECT_EQ( celsius( board_.add<pl_temp_sensor>( "cpu" ) ), 61.0f );     // a long name
+    EXPECT_EQ( presence( board_.add<pl_slot>( "tray1" ) ),
+               R"({ "airflow": "frontToBackAirflow", "maxRpm": 20000, "model": "FAN-7000" })" );
+}
+
+TEST_F( BmcTest, SensorWithoutAReadingIsAbsent ) {
+    rpm( board_.add<pl_fan>( "fan3" ), PL_STATUS_TRANSPORT );
+    presence( board_.add<pl_slot>( "tray3" ), PL_STATUS_TRANSPORT );
+}
+
+TEST_F( BmcTest, ChangedValueIsSeenWhenTheCacheIsTooOld ) {
+    pl_fan *const fan = board_.add<pl_fan>( "fan1" );
+    pl_psu *const psu = board_.add<pl_psu>( "psu1" );
+    EXPECT_EQ( rpm( fan ), 10000 );
+    console( "sensor_set_value 0x20 0 21 50 0" );
+    console( "sensor_set_bit 0x20 0 7 1 1 0" ); // its supply has failed
+    EXPECT_EQ( rpm( fan ), 10000 ) << "of the same list";
+    EXPECT_EQ( powerOk( psu ), 1 );
+    EmulatedBoard::passTime( 2 );
+    EXPECT_EQ( rpm( fan ), 5000 );
+    EXPECT_EQ( powerOk( psu ), 0 );
+}
+
+TEST_F( BmcTest, TrayTellsOfAFanThatComesAndOfItsAirflow ) {
+    pl_slot *const tray = board_.add<pl_slot>( "tray3" );
+    presence( tray, PL_STATUS_TRANSPORT );
+    console( "sensor_add 0x20 0 23 4 1" );
+    console( "sensor_set_value 0x20 0 23 80 0" );
+    console( "sensor_set_value 0x20 0 25 1 0" );
+    EmulatedBoard::passTime( 2 );
+    EXPECT_EQ( presence( tray ),
+               R"({ "airflow": "backToFrontAirflow", "maxRpm": 18000, "model": "FAN-7000" })" );
+}
+
+TEST_F( BmcTest, BmcThatIsGoneIsReportedAndNotAskedAgainUntilTheBackOffEnds ) {
+    using Clock = std::chrono::steady_clock;
+    pl_fan *const fan = board_.add<pl_fan>( "fan1" );
+    pl_temp_sensor *const cpu = board_.add<pl_temp_sensor>( "cpu" );
+    EXPECT_EQ( rpm( fan ), 10000 );
+    EXPECT_EQ( celsius( cpu ), 61.0f );
+    bmc_.reset();
+    EmulatedBoard::passTime( 2 );
+    const auto before = Clock::now();
+    EXPECT_EQ( rpm( fan, PL_STATUS_TRANSPORT ), -1 );
+    EXPECT_LT( Clock::now() - before, std::chrono::seconds( 20 ) ) << "bounded";
+
+    // A BMC that is back at once is not found before its time, and found then.
+    startBmc();
+    rpm( fan, PL_STATUS_TRANSPORT );
+    EmulatedBoard::passTime( 4 );
+    rpm( fan, PL_STATUS_TRANSPORT );
+    EmulatedBoard::passTime( 2 );
+    EXPECT_EQ( rpm( fan ), 10000 );
+    EXPECT_EQ( celsius( cpu ), 61.0f );
+}
+
+} // namespace
