@@ -7,6 +7,7 @@
 
 #include "orvan/BmcEmulation.h"
 #include "tests/integration/EmulatedBoard.h"
+#include "tests/integration/RecordReadings.h"
 
 namespace {
 
@@ -36,34 +37,6 @@ class BmcTest : public testing::Test {
               std::to_string( sensor ) + ( on ? " 0xC0" : " 0x00" ) + " 2>/dev/null" )
                 .c_str() ) );
     }
-    static int rpm( pl_fan *fan, pl_status expected = PL_STATUS_OK ) {
-        int value = -1;
-        EXPECT_EQ( fan->ops->get_rpm( fan, &value ), expected );
-        return value;
-    }
-    static float celsius( pl_temp_sensor *sensor ) {
-        float value = -1;
-        EXPECT_EQ( sensor->ops->get_temperature( sensor, &value ), PL_STATUS_OK );
-        return value;
-    }
-    static float measured( pl_psu *psu, pl_status ( *pl_psu_ops::*entry )( pl_psu *, float * ) ) {
-        float value = -1;
-        EXPECT_EQ( ( psu->ops->*entry )( psu, &value ), PL_STATUS_OK );
-        return value;
-    }
-    static int powerOk( pl_psu *psu ) {
-        int ok = -1;
-        EXPECT_EQ( psu->ops->get_power_ok( psu, &ok ), PL_STATUS_OK );
-        return ok;
-    }
-    static std::string presence( pl_slot *slot, pl_status expected = PL_STATUS_OK ) {
-        char *fdl = nullptr;
-        EXPECT_EQ( slot->ops->get_presence( slot, &fdl ), expected );
-        const std::string text = fdl ? fdl : "";
-        std::free( fdl );
-        return text;
-    }
-
     std::optional<orvan::BmcEmulation> bmc_;
     EmulatedBoard board_{ "mirelund-bmc" };
 };
@@ -76,37 +49,37 @@ TEST_F( BmcTest, SuppliesAreMeasured ) {
     EXPECT_EQ( measured( first, &pl_psu_ops::get_output_voltage ), 12.0f );
     EXPECT_EQ( measured( first, &pl_psu_ops::get_output_current ), 20.0f );
     EXPECT_EQ( measured( first, &pl_psu_ops::get_output_power ), 240.0f );
-    EXPECT_EQ( powerOk( first ), 1 );
+    EXPECT_EQ( powerOkOf( first ), 1 );
     pl_psu *const second = board_.add<pl_psu>( "psu2" );
     EXPECT_EQ( measured( second, &pl_psu_ops::get_input_voltage ), 0.0f );
-    EXPECT_EQ( powerOk( second ), 0 ) << "present, but its mains are lost";
+    EXPECT_EQ( powerOkOf( second ), 0 ) << "present, but its mains are lost";
 }
 
 TEST_F( BmcTest, FansTemperaturesAndTrays ) {
-    EXPECT_EQ( rpm( board_.add<pl_fan>( "fan1" ) ), 10000 );
-    EXPECT_EQ( rpm( board_.add<pl_fan>( "fan2" ) ), 9900 );
-    EXPECT_EQ( celsius( board_.add<pl_temp_sensor>( "ambient" ) ), 27.0f ); // a comma in its name
-    EXPECT_EQ( celsius( board_.add<pl_temp_sensor>( "cpu" ) ), 61.0f );     // a long name
-    EXPECT_EQ( presence( board_.add<pl_slot>( "tray1" ) ),
+    EXPECT_EQ( rpmOf( board_.add<pl_fan>( "fan1" ) ), 10000 );
+    EXPECT_EQ( rpmOf( board_.add<pl_fan>( "fan2" ) ), 9900 );
+    EXPECT_EQ( celsiusOf( board_.add<pl_temp_sensor>( "ambient" ) ), 27.0f ); // a comma in its name
+    EXPECT_EQ( celsiusOf( board_.add<pl_temp_sensor>( "cpu" ) ), 61.0f );     // a long name
+    EXPECT_EQ( presenceOf( board_.add<pl_slot>( "tray1" ) ),
                R"({ "airflow": "frontToBackAirflow", "maxRpm": 20000, "model": "FAN-7000" })" );
 }
 
 TEST_F( BmcTest, SensorWithoutAReadingIsAbsent ) {
-    rpm( board_.add<pl_fan>( "fan3" ), PL_STATUS_TRANSPORT );
-    presence( board_.add<pl_slot>( "tray3" ), PL_STATUS_TRANSPORT );
+    EXPECT_EQ( rpmStatus( board_.add<pl_fan>( "fan3" ) ), PL_STATUS_TRANSPORT );
+    presenceOf( board_.add<pl_slot>( "tray3" ), PL_STATUS_TRANSPORT );
 }
 
 TEST_F( BmcTest, ChangedValueIsSeenWhenTheCacheIsTooOld ) {
     pl_fan *const fan = board_.add<pl_fan>( "fan1" );
     pl_psu *const psu = board_.add<pl_psu>( "psu1" );
-    EXPECT_EQ( rpm( fan ), 10000 );
+    EXPECT_EQ( rpmOf( fan ), 10000 );
     console( "sensor_set_value 0x20 0 21 50 0" );
     console( "sensor_set_bit 0x20 0 7 1 1 0" ); // its supply has failed
-    EXPECT_EQ( rpm( fan ), 10000 ) << "of the same list";
-    EXPECT_EQ( powerOk( psu ), 1 );
+    EXPECT_EQ( rpmOf( fan ), 10000 ) << "of the same list";
+    EXPECT_EQ( powerOkOf( psu ), 1 );
     EmulatedBoard::passTime( 2 );
-    EXPECT_EQ( rpm( fan ), 5000 );
-    EXPECT_EQ( powerOk( psu ), 0 );
+    EXPECT_EQ( rpmOf( fan ), 5000 );
+    EXPECT_EQ( powerOkOf( psu ), 0 );
 }
 
 TEST_F( BmcTest, DisabledSensorIsAbsentUntilItIsEnabledAgain ) {
@@ -114,14 +87,13 @@ TEST_F( BmcTest, DisabledSensorIsAbsentUntilItIsEnabledAgain ) {
     pl_slot *const tray = board_.add<pl_slot>( "tray1" );
     pl_psu *const psu = board_.add<pl_psu>( "psu1" );
     pl_temp_sensor *const cpu = board_.add<pl_temp_sensor>( "cpu" );
-    EXPECT_EQ( rpm( fan ), 10000 );
+    EXPECT_EQ( rpmOf( fan ), 10000 );
     for ( const int sensor : { 21, 7, 32 } )
         scan( sensor, false );
     EmulatedBoard::passTime( 2 );
-    rpm( fan, PL_STATUS_TRANSPORT );
-    presence( tray, PL_STATUS_TRANSPORT );
-    int ok = -1;
-    EXPECT_EQ( psu->ops->get_power_ok( psu, &ok ), PL_STATUS_TRANSPORT );
+    EXPECT_EQ( rpmStatus( fan ), PL_STATUS_TRANSPORT );
+    presenceOf( tray, PL_STATUS_TRANSPORT );
+    EXPECT_EQ( powerOkStatus( psu ), PL_STATUS_TRANSPORT );
     float value = -1;
     EXPECT_EQ( cpu->ops->get_temperature( cpu, &value ), PL_STATUS_TRANSPORT );
     EXPECT_EQ( measured( psu, &pl_psu_ops::get_input_voltage ), 230.0f ) << "the others stay";
@@ -129,19 +101,19 @@ TEST_F( BmcTest, DisabledSensorIsAbsentUntilItIsEnabledAgain ) {
     for ( const int sensor : { 21, 7, 32 } )
         scan( sensor, true );
     EmulatedBoard::passTime( 2 );
-    EXPECT_EQ( rpm( fan ), 10000 );
-    EXPECT_EQ( powerOk( psu ), 1 );
-    EXPECT_EQ( celsius( cpu ), 61.0f );
+    EXPECT_EQ( rpmOf( fan ), 10000 );
+    EXPECT_EQ( powerOkOf( psu ), 1 );
+    EXPECT_EQ( celsiusOf( cpu ), 61.0f );
 }
 
 TEST_F( BmcTest, TrayTellsOfAFanThatComesAndOfItsAirflow ) {
     pl_slot *const tray = board_.add<pl_slot>( "tray3" );
-    presence( tray, PL_STATUS_TRANSPORT );
+    presenceOf( tray, PL_STATUS_TRANSPORT );
     console( "sensor_add 0x20 0 23 4 1" );
     console( "sensor_set_value 0x20 0 23 80 0" );
     console( "sensor_set_value 0x20 0 25 1 0" );
     EmulatedBoard::passTime( 2 );
-    EXPECT_EQ( presence( tray ),
+    EXPECT_EQ( presenceOf( tray ),
                R"({ "airflow": "backToFrontAirflow", "maxRpm": 18000, "model": "FAN-7000" })" );
 }
 
@@ -149,22 +121,22 @@ TEST_F( BmcTest, BmcThatIsGoneIsReportedAndNotAskedAgainUntilTheBackOffEnds ) {
     using Clock = std::chrono::steady_clock;
     pl_fan *const fan = board_.add<pl_fan>( "fan1" );
     pl_temp_sensor *const cpu = board_.add<pl_temp_sensor>( "cpu" );
-    EXPECT_EQ( rpm( fan ), 10000 );
-    EXPECT_EQ( celsius( cpu ), 61.0f );
+    EXPECT_EQ( rpmOf( fan ), 10000 );
+    EXPECT_EQ( celsiusOf( cpu ), 61.0f );
     bmc_.reset();
     EmulatedBoard::passTime( 2 );
     const auto before = Clock::now();
-    EXPECT_EQ( rpm( fan, PL_STATUS_TRANSPORT ), -1 );
+    EXPECT_EQ( rpmStatus( fan ), PL_STATUS_TRANSPORT );
     EXPECT_LT( Clock::now() - before, std::chrono::seconds( 20 ) ) << "bounded";
 
     // A BMC that is back at once is not found before its time, and found then.
     startBmc();
-    rpm( fan, PL_STATUS_TRANSPORT );
+    EXPECT_EQ( rpmStatus( fan ), PL_STATUS_TRANSPORT );
     EmulatedBoard::passTime( 4 );
-    rpm( fan, PL_STATUS_TRANSPORT );
+    EXPECT_EQ( rpmStatus( fan ), PL_STATUS_TRANSPORT );
     EmulatedBoard::passTime( 2 );
-    EXPECT_EQ( rpm( fan ), 10000 );
-    EXPECT_EQ( celsius( cpu ), 61.0f );
+    EXPECT_EQ( rpmOf( fan ), 10000 );
+    EXPECT_EQ( celsiusOf( cpu ), 61.0f );
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/integration/EmulatedBoard.h"
+#include "tests/integration/RecordReadings.h"
 
 namespace {
 
@@ -11,40 +12,6 @@ using testing::HasSubstr;
 /** The power board, its fans without inertia. */
 class PowerTest : public testing::Test {
   protected:
-    using Measure = pl_status ( *pl_psu_ops::* )( pl_psu *, float * );
-
-    static float measured( pl_psu *psu, Measure entry ) {
-        float value = -1;
-        EXPECT_EQ( ( psu->ops->*entry )( psu, &value ), PL_STATUS_OK );
-        return value;
-    }
-    static void expectPowerOk( pl_psu *psu, int expected ) {
-        int ok = -1;
-        EXPECT_EQ( psu->ops->get_power_ok( psu, &ok ), PL_STATUS_OK );
-        EXPECT_EQ( ok, expected );
-    }
-    static pl_status powerStatus( pl_psu *psu ) {
-        int ok = -1;
-        return psu->ops->get_power_ok( psu, &ok );
-    }
-    static int rpm( pl_fan *fan ) {
-        int value = -1;
-        EXPECT_EQ( fan->ops->get_rpm( fan, &value ), PL_STATUS_OK );
-        return value;
-    }
-    static float celsius( pl_temp_sensor *sensor ) {
-        float value = -1;
-        EXPECT_EQ( sensor->ops->get_temperature( sensor, &value ), PL_STATUS_OK );
-        return value;
-    }
-    /** The slot's field data; "" when there is none. */
-    static std::string presence( pl_slot *slot, pl_status expected = PL_STATUS_OK ) {
-        char *fdl = nullptr;
-        EXPECT_EQ( slot->ops->get_presence( slot, &fdl ), expected );
-        const std::string text = fdl ? fdl : "";
-        std::free( fdl );
-        return text;
-    }
     static std::string fdl( const std::string &model, const std::string &serial ) {
         return R"({ "model": ")" + model + R"(", "serial": ")" + serial + R"(", "fans": 1 })";
     }
@@ -57,18 +24,18 @@ class PowerTest : public testing::Test {
 
 TEST_F( PowerTest, PmbusSupplyIsMeasured ) {
     pl_psu *const psu = board_.add<pl_psu>( "psu1" );
-    expectPowerOk( psu, 1 );
+    EXPECT_EQ( powerOkOf( psu ), 1 );
     EXPECT_EQ( measured( psu, &pl_psu_ops::get_input_voltage ), 230.0f );
     EXPECT_EQ( measured( psu, &pl_psu_ops::get_output_voltage ), 12.0f );
     EXPECT_EQ( measured( psu, &pl_psu_ops::get_output_current ), 20.0f );
     EXPECT_EQ( measured( psu, &pl_psu_ops::get_output_power ), 240.0f );
     EXPECT_EQ( measured( psu, &pl_psu_ops::get_input_power ), 261.0f );            // 522 * 2^-1
     EXPECT_EQ( measured( psu, &pl_psu_ops::get_input_current ), 581.0f / 512.0f ); // 581 * 2^-9
-    EXPECT_EQ( celsius( board_.add<pl_temp_sensor>( "psu1-inlet" ) ), 609.0f / 16 );
-    EXPECT_EQ( celsius( board_.add<pl_temp_sensor>( "psu1-core" ) ), 49.0f );
+    EXPECT_EQ( celsiusOf( board_.add<pl_temp_sensor>( "psu1-inlet" ) ), 609.0f / 16 );
+    EXPECT_EQ( celsiusOf( board_.add<pl_temp_sensor>( "psu1-core" ) ), 49.0f );
     // Frost reads as zero.
     board_.ctl( { "set", "psu1", "ambient", "-40" } );
-    EXPECT_EQ( celsius( board_.add<pl_temp_sensor>( "psu1-inlet" ) ), 0.0f );
+    EXPECT_EQ( celsiusOf( board_.add<pl_temp_sensor>( "psu1-inlet" ) ), 0.0f );
 }
 
 TEST_F( PowerTest, SupplyWithoutModeIsReadInItsOwnFormat ) {
@@ -81,19 +48,19 @@ TEST_F( PowerTest, PowerGoodOfStatusWord ) {
     pl_psu *const psu = board_.add<pl_psu>( "psu1" );
     // A collapsed output is a fault while the supply is on.
     board_.ctl( { "set", "psu1", "output.fault", "1" } );
-    EXPECT_EQ( powerStatus( psu ), PL_STATUS_FAULT );
+    EXPECT_EQ( powerOkStatus( psu ), PL_STATUS_FAULT );
     board_.ctl( { "set", "psu1", "output.fault", "0" } );
-    expectPowerOk( psu, 1 );
+    EXPECT_EQ( powerOkOf( psu ), 1 );
     // One that is off is no fault.
     board_.ctl( { "set", "psu1", "on", "0" } );
-    expectPowerOk( psu, 0 );
+    EXPECT_EQ( powerOkOf( psu ), 0 );
     board_.ctl( { "set", "psu1", "on", "1" } );
     board_.ctl( { "set", "psu1", "vin", "0" } );
-    expectPowerOk( psu, 0 );
+    EXPECT_EQ( powerOkOf( psu ), 0 );
     board_.ctl( { "set", "psu1", "vin", "230" } );
-    expectPowerOk( psu, 1 );
+    EXPECT_EQ( powerOkOf( psu ), 1 );
     board_.ctl( { "unplug", "supply1" } );
-    EXPECT_EQ( powerStatus( psu ), PL_STATUS_FAILED );
+    EXPECT_EQ( powerOkStatus( psu ), PL_STATUS_FAILED );
     EXPECT_TRUE( board_.host.traced( 3, "CLEAR_FAULTS PMBus command failed: 6" ) );
 }
 
@@ -103,31 +70,30 @@ TEST_F( PowerTest, AskingForPowerLiftsTheProtectionAndClearsFaults ) {
     board_.ctl( { "set", "psu1", "fan1.blocked", "1" } );
     board_.ctl( { "set", "psu1", "fan1.blocked", "0" } );
     EXPECT_EQ( board_.peek( "psu1", 0x81 ), 0x80u );
-    expectPowerOk( psu, 1 );
+    EXPECT_EQ( powerOkOf( psu ), 1 );
     EXPECT_EQ( board_.peek( "psu1", 0x10 ), 0u );
     EXPECT_EQ( board_.peek( "psu1", 0x81 ), 0u );
 }
 
 TEST_F( PowerTest, PowerGoodOfALine ) {
     pl_psu *const psu = board_.add<pl_psu>( "psu3" );
-    expectPowerOk( psu, 1 ); // the line is low
+    EXPECT_EQ( powerOkOf( psu ), 1 ); // the line is low
     board_.ctl( { "set", "expander", "p03", "1" } );
-    expectPowerOk( psu, 0 );
+    EXPECT_EQ( powerOkOf( psu ), 0 );
 }
 
 TEST_F( PowerTest, FanOfAPmbusSupplyIsDrivenInPercent ) {
     pl_fan *const fan = board_.add<pl_fan>( "psu1-fan" );
-    EXPECT_EQ( rpm( fan ), 9008 ); // half of 18000, the nearest number being 563 * 2^4
+    EXPECT_EQ( rpmOf( fan ), 9008 ); // half of 18000, the nearest number being 563 * 2^4
     EXPECT_EQ( fan->ops->set_rpm( fan, 4600 ), PL_STATUS_OK );
     EXPECT_EQ( board_.peek( "psu1", 0x3B ), 25u ); // 25.6 %, without the fraction
-    EXPECT_EQ( rpm( fan ), 4504 );                 // of 4500, 563 * 2^3
+    EXPECT_EQ( rpmOf( fan ), 4504 );               // of 4500, 563 * 2^3
     EXPECT_EQ( fan->ops->set_rpm( fan, 36000 ), PL_STATUS_OK );
     EXPECT_EQ( board_.peek( "psu1", 0x3B ), 100u );
     EXPECT_EQ( fan->ops->set_rpm( fan, -1 ), PL_STATUS_OK );
     EXPECT_EQ( board_.peek( "psu1", 0x3B ), 100u );
     board_.ctl( { "set", "psu1", "fan1.blocked", "1" } );
-    int value = -1;
-    EXPECT_EQ( fan->ops->get_rpm( fan, &value ), PL_STATUS_FAULT );
+    EXPECT_EQ( rpmStatus( fan ), PL_STATUS_FAULT );
 }
 
 TEST_F( PowerTest, EmersonSupplyIsMeasuredAndDriven ) {
@@ -142,23 +108,23 @@ TEST_F( PowerTest, EmersonSupplyIsMeasuredAndDriven ) {
     pl_fan *const second = board_.add<pl_fan>( "psu2-fan2" );
     EXPECT_EQ( first->ops->set_rpm( first, 3000 ), PL_STATUS_OK );
     EXPECT_EQ( board_.peek( "psu2", 0x3B ), 0x12EEu ); // 750 * 2^2
-    EXPECT_EQ( rpm( first ), 3000 );
-    EXPECT_EQ( rpm( second ), 10000 );
+    EXPECT_EQ( rpmOf( first ), 3000 );
+    EXPECT_EQ( rpmOf( second ), 10000 );
     EXPECT_EQ( second->ops->set_rpm( second, 30000 ), PL_STATUS_OK );
     EXPECT_EQ( board_.peek( "psu2", 0x3C ), 0x2A71u ); // 20000, the cap: 625 * 2^5
-    EXPECT_EQ( rpm( second ), 20000 );
+    EXPECT_EQ( rpmOf( second ), 20000 );
 }
 
 TEST_F( PowerTest, EmersonSupplysPowerIsTheExpandersToTell ) {
     pl_psu *const psu = board_.add<pl_psu>( "psu2" );
-    expectPowerOk( psu, 1 );
+    EXPECT_EQ( powerOkOf( psu ), 1 );
     // Each answer of the expander serves for two seconds.
     board_.ctl( { "set", "expander", "p04", "0" } );
     EmulatedBoard::passTime( 3 );
-    EXPECT_EQ( powerStatus( psu ), PL_STATUS_FAULT );
+    EXPECT_EQ( powerOkStatus( psu ), PL_STATUS_FAULT );
     board_.ctl( { "set", "expander", "p07", "0" } );
     EmulatedBoard::passTime( 3 );
-    expectPowerOk( psu, 0 );
+    EXPECT_EQ( powerOkOf( psu ), 0 );
     // The mains being gone, no power is asked for.
     board_.ctl( { "set", "psu2", "vin", "0" } );
     EXPECT_EQ( measured( psu, &pl_psu_ops::get_input_current ), 0.0f );
@@ -190,8 +156,8 @@ TEST_F( PowerTest, EachBayIdentifiesItsSupply ) {
     };
     for ( const auto &[ bay, expected ] : bays ) {
         pl_slot *const slot = board_.add<pl_slot>( bay );
-        EXPECT_EQ( presence( slot ), expected ) << bay;
-        EXPECT_EQ( presence( slot ), expected ) << bay << ", from the cache";
+        EXPECT_EQ( presenceOf( slot ), expected ) << bay;
+        EXPECT_EQ( presenceOf( slot ), expected ) << bay << ", from the cache";
         EXPECT_TRUE( board_.host.traced( 7, "Using cached fdl" ) ) << bay;
         board_.host.traces.clear();
     }
@@ -200,52 +166,52 @@ TEST_F( PowerTest, EachBayIdentifiesItsSupply ) {
 TEST_F( PowerTest, WedgeBitsAreOfOneSupplyEach ) {
     pl_slot *const first = board_.add<pl_slot>( "wedge1" );
     pl_slot *const second = board_.add<pl_slot>( "wedge2" );
-    presence( first );
-    presence( second, PL_STATUS_NOT_PRESENT );
+    presenceOf( first );
+    presenceOf( second, PL_STATUS_NOT_PRESENT );
     board_.ctl( { "write", "wedge-cpld", "8", "2" } );
-    presence( first, PL_STATUS_NOT_PRESENT );
-    EXPECT_EQ( presence( second ), fdl( "PWR-WEDGE", "N/A" ) );
+    presenceOf( first, PL_STATUS_NOT_PRESENT );
+    EXPECT_EQ( presenceOf( second ), fdl( "PWR-WEDGE", "N/A" ) );
 }
 
 TEST_F( PowerTest, SupplyIsPulledSwappedAndPutBackWithoutMains ) {
     pl_slot *const bay = board_.add<pl_slot>( "bay1" );
-    EXPECT_EQ( presence( bay ), fdl( "DPS550AB6A", "GTVD1615001656" ) );
+    EXPECT_EQ( presenceOf( bay ), fdl( "DPS550AB6A", "GTVD1615001656" ) );
 
     board_.ctl( { "unplug", "supply1" } );
-    EXPECT_EQ( presence( bay, PL_STATUS_NOT_PRESENT ), "" );
+    EXPECT_EQ( presenceOf( bay, PL_STATUS_NOT_PRESENT ), "" );
 
     board_.ctl( { "plug", "supply1-other" } );
     board_.host.traces.clear();
-    EXPECT_EQ( presence( bay ), fdl( "PS-2471-1AZ1-LF", "61AZ10101E340DU" ) );
+    EXPECT_EQ( presenceOf( bay ), fdl( "PS-2471-1AZ1-LF", "61AZ10101E340DU" ) );
     EXPECT_TRUE( board_.host.traced( 0, "PSU modelName = 'PS-2471-1AZ1-LF'" ) );
     board_.ctl( { "unplug", "supply1-other" } );
 
     board_.ctl( { "plug", "supply1-without-ac" } );
-    EXPECT_EQ( presence( bay, PL_STATUS_NOT_PRESENT ), "" );
+    EXPECT_EQ( presenceOf( bay, PL_STATUS_NOT_PRESENT ), "" );
     EXPECT_TRUE( board_.host.traced( 0, "Unknown modelName. PSU is unmanaged" ) );
     board_.ctl( { "unplug", "supply1-without-ac" } );
 
     board_.ctl( { "plug", "supply1-foreign" } );
     board_.host.traces.clear();
-    EXPECT_EQ( presence( bay, PL_STATUS_NOT_PRESENT ), "" );
+    EXPECT_EQ( presenceOf( bay, PL_STATUS_NOT_PRESENT ), "" );
     EXPECT_TRUE( board_.host.traced( 0, "Unknown modelName. PSU is unmanaged" ) );
     board_.ctl( { "unplug", "supply1-foreign" } );
 
     board_.ctl( { "plug", "supply1" } );
-    EXPECT_EQ( presence( bay ), fdl( "DPS550AB6A", "GTVD1615001656" ) );
+    EXPECT_EQ( presenceOf( bay ), fdl( "DPS550AB6A", "GTVD1615001656" ) );
 }
 
 TEST_F( PowerTest, EepromThatIsGoneOrErasedIsNoSupply ) {
     pl_slot *const ipmi = board_.add<pl_slot>( "bay3" );
     board_.ctl( { "write", "psu3-rom", "7", "0" } );
-    presence( ipmi, PL_STATUS_NOT_PRESENT );
+    presenceOf( ipmi, PL_STATUS_NOT_PRESENT );
     EXPECT_TRUE( board_.host.traced( 0, "PsuSlot0: Common header checksum error" ) );
     board_.ctl( { "fault", "inject", "psu3-rom", "nack" } );
-    presence( ipmi, PL_STATUS_NOT_PRESENT );
+    presenceOf( ipmi, PL_STATUS_NOT_PRESENT );
     EXPECT_TRUE( board_.host.traced( 0, "PsuSlot0: Error reading common header" ) );
     pl_slot *const tlv = board_.add<pl_slot>( "bay4" );
     board_.ctl( { "unplug", "psu4-rom" } );
-    presence( tlv, PL_STATUS_NOT_PRESENT );
+    presenceOf( tlv, PL_STATUS_NOT_PRESENT );
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/integration/EmulatedBoard.h"
+#include "tests/integration/RecordReadings.h"
 #include "tests/support/Process.h"
 
 namespace {
@@ -12,14 +13,6 @@ std::string bay( const std::string &arguments ) {
     return R"({ "name": "bay", "did": 36, "driver": "PsuSlot", "address": { "address": 80, "accel": 1 },
                "driverArgs": { "psuId": 2, "model_1": "DPS550AB6A", "psuFdl_1": "known {serialNum}", )" +
            arguments + "} }";
-}
-
-std::string presence( pl_slot *slot, pl_status expected = PL_STATUS_OK ) {
-    char *fdl = nullptr;
-    EXPECT_EQ( slot->ops->get_presence( slot, &fdl ), expected );
-    const std::string text = fdl ? fdl : "";
-    std::free( fdl );
-    return text;
 }
 
 /** A tool that stands first in PATH, as the platform's own would be. */
@@ -44,18 +37,18 @@ TEST_F( SupplyCommandTest, ToolNamesTheSupply ) {
     install( "echo SerialNumber=GTVD1615001656; echo ModelNumber=DPS550AB6A" );
     pl_slot *const slot =
         board_.addSlot( bay( R"("identificationType": "ipmitool", "ipmiId": "0x0a")" ) );
-    EXPECT_EQ( presence( slot ), "known GTVD1615001656" );
+    EXPECT_EQ( presenceOf( slot ), "known GTVD1615001656" );
     EXPECT_EQ( seen(), "0x0a psuSlot 2\n" );
     // Another supply of the model.
     install( "echo SerialNumber=A7; echo ModelNumber=DPS550AB6A" );
-    EXPECT_EQ( presence( slot ), "known A7" );
+    EXPECT_EQ( presenceOf( slot ), "known A7" );
 }
 
 TEST_F( SupplyCommandTest, RawToolTakesTwoCommands ) {
     install( "echo SerialNumber=A7; echo ModelNumber=DPS550AB6A" );
     pl_slot *const slot = board_.addSlot( bay( R"("identificationType": "ipmitool_raw",
         "ipmiRawModel": "0x06 0x52", "ipmiRawSerialNumber": "0x06 0x53")" ) );
-    EXPECT_EQ( presence( slot ), "known A7" );
+    EXPECT_EQ( presenceOf( slot ), "known A7" );
     EXPECT_EQ( seen(), "raw ModelNumber=0x06 0x52 SerialNumber=0x06 0x53\n" );
 }
 
@@ -67,12 +60,12 @@ TEST_F( SupplyCommandTest, RubbishAndFailuresAreNoSupply ) {
             "echo SerialNumber=A7; echo ModelNumber=Unheard-of",
             "echo SerialNumber=A7; echo ModelNumber=DPS550AB6A; exit 3", "kill -9 $$", "true" } ) {
         install( script );
-        EXPECT_EQ( presence( slot, PL_STATUS_NOT_PRESENT ), "" ) << script;
+        EXPECT_EQ( presenceOf( slot, PL_STATUS_NOT_PRESENT ), "" ) << script;
     }
     std::filesystem::remove( folder_.file( "kyIpmi" ) );
-    EXPECT_EQ( presence( slot, PL_STATUS_NOT_PRESENT ), "" );
+    EXPECT_EQ( presenceOf( slot, PL_STATUS_NOT_PRESENT ), "" );
     install( "echo SerialNumber=A7; echo ModelNumber=DPS550AB6A" );
-    EXPECT_EQ( presence( slot ), "known A7" );
+    EXPECT_EQ( presenceOf( slot ), "known A7" );
 }
 
 /** The same library with files for devices. */
@@ -88,34 +81,23 @@ class SimulatedSupplyTest : public testing::Test {
 };
 
 TEST_F( SimulatedSupplyTest, SampleIsIdentifiedOverPmbus ) {
-    EXPECT_EQ( presence( board_.addSlot( bay( R"("identificationType": "pmbus")" ) ) ),
+    EXPECT_EQ( presenceOf( board_.addSlot( bay( R"("identificationType": "pmbus")" ) ) ),
                "known GTVD1615001656" );
 }
 
 TEST_F( SimulatedSupplyTest, SampleIsIdentifiedOverIpmi ) {
-    EXPECT_EQ( presence( board_.addSlot( bay( R"("identificationType": "ipmi", "ipmiId": "psu3",
+    EXPECT_EQ( presenceOf( board_.addSlot( bay( R"("identificationType": "ipmi", "ipmiId": "psu3",
                            "allowInvalidCommonHeaderChecksum": "true")" ) ) ),
                "known GTVD1615001656" );
 }
 
 TEST_F( SimulatedSupplyTest, SuppliesHaveTheirSampleReadings ) {
-    const auto measured = []( pl_psu *psu,
-                              pl_status ( *pl_psu_ops::*entry )( pl_psu *, float * ) ) {
-        float value = -1;
-        EXPECT_EQ( ( psu->ops->*entry )( psu, &value ), PL_STATUS_OK );
-        return value;
-    };
     EXPECT_EQ( measured( board_.add<pl_psu>( "psu1" ), &pl_psu_ops::get_input_voltage ), 0.0f );
     // 0xF84C is 0x04C * 2^-1.
-    float celsius = -1;
-    pl_temp_sensor *const sensor = board_.add<pl_temp_sensor>( "psu1-inlet" );
-    EXPECT_EQ( sensor->ops->get_temperature( sensor, &celsius ), PL_STATUS_OK );
-    EXPECT_EQ( celsius, 38.0f );
+    EXPECT_EQ( celsiusOf( board_.add<pl_temp_sensor>( "psu1-inlet" ) ), 38.0f );
     pl_psu *const emerson = board_.add<pl_psu>( "psu2" );
     EXPECT_EQ( measured( emerson, &pl_psu_ops::get_output_voltage ), 12.0f );
-    int ok = -1;
-    EXPECT_EQ( emerson->ops->get_power_ok( emerson, &ok ), PL_STATUS_OK );
-    EXPECT_EQ( ok, 1 );
+    EXPECT_EQ( powerOkOf( emerson ), 1 );
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/integration/EmulatedBoard.h"
+#include "tests/integration/RecordReadings.h"
 #include "tests/integration/WireFollower.h"
 
 namespace {
@@ -20,18 +21,9 @@ class SystemTest : public testing::Test {
               replaceIn( hardware, "\"powerCycleMs\": 300", "\"powerCycleMs\": " + powerCycleMs );
           } ) {}
 
-    static pl_status rpm( pl_fan *fan, int *value ) { return fan->ops->get_rpm( fan, value ); }
     bool powered() const {
         return board_.ctl( { "--json", "list" } ).find( "\"powered\":true" ) != std::string::npos;
     }
-    static std::string presence( pl_slot *slot, pl_status expected = PL_STATUS_OK ) {
-        char *fdl = nullptr;
-        EXPECT_EQ( slot->ops->get_presence( slot, &fdl ), expected );
-        const std::string text = fdl ? fdl : "";
-        std::free( fdl );
-        return text;
-    }
-
     EmulatedBoard board_;
 };
 
@@ -41,15 +33,14 @@ TEST_F( SystemTest, PowerOffIsOneWriteAndTakesTheBoardDown ) {
     WireFollower wire( board_.service.control() );
     EXPECT_EQ( system->ops->poweroff( system ), PL_STATUS_OK );
     EXPECT_FALSE( powered() );
-    int value = -1;
-    EXPECT_EQ( rpm( fan, &value ), PL_STATUS_FAILED );
+    EXPECT_EQ( rpmStatus( fan ), PL_STATUS_FAILED );
     // Register 10, bit 1, without a read before it; then nobody answers the fan's read.
     EXPECT_THAT( wire.take( 2 ), ElementsAre( "S 0A W A 0A A 02 A P", HasSubstr( "S 0A W N" ) ) );
     EXPECT_EQ( system->ops->poweroff( system ), PL_STATUS_FAILED );
 
     board_.ctl( { "power", "on" } );
     EXPECT_TRUE( powered() );
-    EXPECT_EQ( rpm( fan, &value ), PL_STATUS_OK );
+    EXPECT_EQ( rpmStatus( fan ), PL_STATUS_OK );
 }
 
 TEST_F( SystemTest, PowerCycleIsOneWriteAndTakesTheBoardDownForAMoment ) {
@@ -59,8 +50,7 @@ TEST_F( SystemTest, PowerCycleIsOneWriteAndTakesTheBoardDownForAMoment ) {
     EXPECT_EQ( system->ops->powercycle( system ), PL_STATUS_OK );
     EXPECT_THAT( wire.take( 1 ), ElementsAre( "S 0A W A 08 A 01 A P" ) );
     EXPECT_FALSE( powered() );
-    int value = -1;
-    EXPECT_EQ( rpm( fan, &value ), PL_STATUS_FAILED );
+    EXPECT_EQ( rpmStatus( fan ), PL_STATUS_FAILED );
 }
 
 class ShortPowerCycleTest : public SystemTest {
@@ -80,8 +70,7 @@ TEST_F( ShortPowerCycleTest, BoardComesUpWithItsResetValues ) {
     }
     EXPECT_EQ( board_.peek( "psoc", 60 ), 5000u );
     EXPECT_EQ( board_.peek( "port-leds", 6 ), 0u );
-    int value = -1;
-    EXPECT_EQ( rpm( fan, &value ), PL_STATUS_OK );
+    EXPECT_EQ( rpmStatus( fan ), PL_STATUS_OK );
 }
 
 TEST_F( SystemTest, ReloadCauseIsUnsupportedAndTouchesNothing ) {
@@ -135,27 +124,27 @@ TEST_F( SystemTest, BayIsAnsweredByWhicheverWayIdentifiesItsSupply ) {
     const std::string legacy = R"({ "model": "PS-2471-1AZ1-LF", "serial": "61AZ10101E340DU" })";
     pl_slot *const bay = board_.add<pl_slot>( "bay1" );
     ASSERT_NE( bay, nullptr );
-    EXPECT_EQ( presence( bay ), current );
+    EXPECT_EQ( presenceOf( bay ), current );
 
     // Whoever answered last is asked first, and in vain; then all from the first one on.
     board_.ctl( { "unplug", "new-supply" } );
     board_.ctl( { "plug", "legacy-supply" } );
     board_.host.traces.clear();
-    EXPECT_EQ( presence( bay ), legacy );
+    EXPECT_EQ( presenceOf( bay ), legacy );
     EXPECT_THAT( board_.host.texts( 7 ),
                  testing::Contains( "readSerialAndModelPmbus" ).Times( 2 ) );
 
     // From now on the other one is.
     board_.host.traces.clear();
-    EXPECT_EQ( presence( bay ), legacy );
+    EXPECT_EQ( presenceOf( bay ), legacy );
     EXPECT_THAT( board_.host.texts( 7 ),
                  testing::Not( testing::Contains( "readSerialAndModelPmbus" ) ) );
     EXPECT_TRUE( board_.host.traced( 7, "Using cached fdl" ) );
 
     board_.ctl( { "unplug", "legacy-supply" } );
-    EXPECT_EQ( presence( bay, PL_STATUS_NOT_PRESENT ), "" );
+    EXPECT_EQ( presenceOf( bay, PL_STATUS_NOT_PRESENT ), "" );
     board_.ctl( { "plug", "new-supply" } );
-    EXPECT_EQ( presence( bay ), current );
+    EXPECT_EQ( presenceOf( bay ), current );
 }
 
 } // namespace
