@@ -107,6 +107,9 @@ void endChild( pid_t child ) {
         become( simulator, folder );
     }
     bool runs = child > 0;
+    if ( !runs ) {
+        ::close( news );
+    }
     pollfd states[] = { { lifeline, POLLIN, 0 }, { childNews, POLLIN, 0 } };
     while ( ( states[ 0 ].revents & ( POLLIN | POLLHUP ) ) == 0 ) {
         ::poll( states, runs ? 2 : 1, -1 );
