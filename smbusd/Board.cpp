@@ -71,6 +71,20 @@ void Board::plug( Unit &unit, bool plugged ) {
     }
 }
 
+void Board::updateConnections() {
+    for ( Connection &connection : connections_ ) {
+        const auto chip =
+            std::find_if( connection.from.begin(), connection.from.end(),
+                          []( const Chip *candidate ) { return candidate->plugged(); } );
+        const double value = chip != connection.from.end() ? ( *chip )->output( connection.output )
+                                                           : connection.unplugged;
+        if ( connection.last != value ) {
+            connection.last = value;
+            connection.to->setInput( connection.input, value );
+        }
+    }
+}
+
 void Board::setPowered( bool powered ) {
     powered_ = powered;
     powerGeneration_++;

@@ -51,6 +51,7 @@ struct RegisterInfo {
     std::string name = {};
 };
 
+/** Something that comes in from outside, or goes out. */
 struct InputInfo {
     std::string name;
     double value;
@@ -104,6 +105,9 @@ class Chip {
     virtual void poke( uint32_t reg, const RegisterContent &content );
     virtual std::vector<InputInfo> inputs() const { return {}; }
     virtual void setInput( std::string_view input, double value );
+    /** Lines and values that the chip gives to others. */
+    virtual std::vector<InputInfo> outputs() const { return {}; }
+    double output( std::string_view name ) const;
 
     /** The chip as a multiplexer, null for every other chip. */
     virtual Mux *mux() { return nullptr; }

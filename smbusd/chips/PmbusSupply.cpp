@@ -364,4 +364,11 @@ void PmbusSupply::setInput( std::string_view input, double value ) {
     latchFaults();
 }
 
+std::vector<InputInfo> PmbusSupply::outputs() const {
+    const bool good = model_.isDelivering();
+    return { { "powergood", good ? 1.0 : 0.0 },
+             { "powerbad", good ? 0.0 : 1.0 },
+             { "acgood", model_.hasMains() ? 1.0 : 0.0 } };
+}
+
 } // namespace smbusd

@@ -33,7 +33,8 @@ struct PmbusIdentity {
  *
  * Inputs: "vin" volts of the mains, "iout" amperes that the load draws, "ambient" degrees, and the
  * lines "on", which switches it on, "output.fault", for an output that has collapsed, and
- * "fanN.blocked".
+ * "fanN.blocked". Outputs: the lines "powergood", "powerbad" and "acgood", high
+ * when so.
  */
 class PmbusSupply : public SmbusDevice {
   public:
@@ -66,6 +67,7 @@ class PmbusSupply : public SmbusDevice {
     void poke( uint32_t reg, const RegisterContent &content ) override;
     std::vector<InputInfo> inputs() const override;
     void setInput( std::string_view input, double value ) override;
+    std::vector<InputInfo> outputs() const override;
 
   protected:
     std::optional<CommandShape> shapeOf( uint8_t command ) const override;

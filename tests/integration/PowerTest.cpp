@@ -78,8 +78,10 @@ TEST_F( PowerTest, AskingForPowerLiftsTheProtectionAndClearsFaults ) {
 TEST_F( PowerTest, PowerGoodOfALine ) {
     pl_psu *const psu = board_.add<pl_psu>( "psu3" );
     EXPECT_EQ( powerOkOf( psu ), 1 ); // the line is low
-    board_.ctl( { "set", "expander", "p03", "1" } );
+    board_.ctl( { "set", "psu3", "output.fault", "1" } );
     EXPECT_EQ( powerOkOf( psu ), 0 );
+    board_.ctl( { "set", "psu3", "output.fault", "0" } );
+    EXPECT_EQ( powerOkOf( psu ), 1 );
 }
 
 TEST_F( PowerTest, FanOfAPmbusSupplyIsDrivenInPercent ) {
@@ -119,14 +121,13 @@ TEST_F( PowerTest, EmersonSupplysPowerIsTheExpandersToTell ) {
     pl_psu *const psu = board_.add<pl_psu>( "psu2" );
     EXPECT_EQ( powerOkOf( psu ), 1 );
     // Each answer of the expander serves for two seconds.
-    board_.ctl( { "set", "expander", "p04", "0" } );
+    board_.ctl( { "set", "psu2", "output.fault", "1" } );
     EmulatedBoard::passTime( 3 );
     EXPECT_EQ( powerOkStatus( psu ), PL_STATUS_FAULT );
-    board_.ctl( { "set", "expander", "p07", "0" } );
+    board_.ctl( { "set", "psu2", "vin", "0" } );
     EmulatedBoard::passTime( 3 );
     EXPECT_EQ( powerOkOf( psu ), 0 );
     // The mains being gone, no power is asked for.
-    board_.ctl( { "set", "psu2", "vin", "0" } );
     EXPECT_EQ( measured( psu, &pl_psu_ops::get_input_current ), 0.0f );
 }
 

@@ -286,6 +286,20 @@ TEST_F( PmbusSupply, CanBeChangedBehindTheBus ) {
     EXPECT_EQ( word( STATUS_WORD ), 0u );
 }
 
+TEST_F( PmbusSupply, LinesTellOfPowerAndMains ) {
+    const smbusd::Chip &chip = test.chip( "psu" );
+    const auto lines = [ &chip ] {
+        return std::vector<double>{ chip.output( "powergood" ), chip.output( "powerbad" ),
+                                    chip.output( "acgood" ) };
+    };
+    EXPECT_EQ( lines(), ( std::vector<double>{ 1, 0, 1 } ) );
+    set( "output.fault", 1 );
+    EXPECT_EQ( lines(), ( std::vector<double>{ 0, 1, 1 } ) );
+    set( "vin", 0 );
+    EXPECT_EQ( lines(), ( std::vector<double>{ 0, 1, 0 } ) );
+    EXPECT_THROW( chip.output( "smoke" ), smbusd::ChipError );
+}
+
 TEST_F( PmbusSupply, ListsWhatItHas ) {
     std::vector<std::string> inputs;
     for ( const auto &input : test.chip( "psu" ).inputs() ) {
