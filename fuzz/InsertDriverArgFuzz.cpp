@@ -1,7 +1,6 @@
 // insertDriverArg on any text, name and value: what it accepts must come out as pure ASCII JSON that
 // ends its arguments with the new one. The input is the three texts, with a NUL between them.
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -9,15 +8,9 @@
 #include <rapidjson/document.h>
 
 #include "OrvanGeneric/Drivers/Drivers.h"
+#include "fuzz/Require.h"
 
 namespace {
-
-void require( bool condition, const char *what ) {
-    if ( condition )
-        return;
-    std::fprintf( stderr, "insertDriverArg: %s\n", what );
-    std::abort();
-}
 
 /** The next text of the input, which is left behind it. */
 std::string next( const char *&begin, const char *end ) {

@@ -2,6 +2,7 @@
 
 #include "orvan/Errors.h"
 #include "orvan/Library.h"
+#include "orvan/PrivateFolder.h"
 
 #include <fmt/core.h>
 
@@ -113,16 +114,6 @@ std::string endText( int status ) {
     return fmt::format( "was ended by signal {}", WTERMSIG( status ) );
 }
 
-std::string makeFolder() {
-    const char *base = ::getenv( "TMPDIR" );
-    std::string folder = fmt::format( "{}/orvan-XXXXXX", base && *base ? base : "/tmp" );
-    if ( !::mkdtemp( folder.data() ) ) {
-        throw BadInput(
-            fmt::format( "cannot make a folder {}: {}", folder, std::strerror( errno ) ) );
-    }
-    return folder;
-}
-
 } // namespace
 
 bool accepts( const std::string &path ) {
@@ -150,7 +141,7 @@ Emulation::Emulation( const EmulationOptions &options ) {
                                      options.hardware.string() ) );
     }
     if ( options.socket.empty() ) {
-        folder_ = makeFolder();
+        folder_ = makePrivateFolder();
         socket_ = folder_ + "/smbusd.sock";
     } else {
         socket_ = options.socket;

@@ -1,5 +1,6 @@
 #include "orvan/Program.h"
 
+#include "orvan/BmcEmulation.h"
 #include "orvan/Emulation.h"
 
 #include <fmt/core.h>
@@ -13,6 +14,8 @@ namespace {
 
 constexpr const char *socketVariable = "PL_SMBUS_SOCKET";
 constexpr const char *defaultSocket = "/run/smbusd.sock";
+constexpr const char *bmcPortVariable = "ORVAN_BMC_PORT";
+constexpr const char *bmcConsoleVariable = "ORVAN_BMC_CONSOLE";
 constexpr int highestTraceLevel = 7;
 
 struct Options {
@@ -31,8 +34,11 @@ void defineOptions( CLI::App &app, Options &options ) {
     app.add_option( "--board", options.board,
                     "The board's folder: topology.json, peripherals.json, hardware.json" )
         ->required();
-    app.add_flag( "--emulate", options.emulate,
-                  "Start a private SMBus service on the board's hardware.json for this run" );
+    app.add_flag(
+        "--emulate", options.emulate,
+        "Start a private SMBus service on the board's hardware.json for this run, and a\n"
+        "simulated BMC if the board has one (bmc/); its ports are in $ORVAN_BMC_PORT and\n"
+        "$ORVAN_BMC_CONSOLE" );
     app.add_option(
         "--library", options.library,
         "The driver library; default: the one this program was built or installed with" );
@@ -76,12 +82,18 @@ bool load( const Options &options, Board &board, const Streams &streams ) {
 ExitCode runOnBoard( const Options &options, const Board &board, Command &command,
                      const Streams &streams ) {
     std::optional<Emulation> emulation;
+    std::optional<BmcEmulation> bmc;
     std::string socket = options.socket;
     if ( options.emulate ) {
         emulation.emplace( EmulationOptions{
             options.service.empty() ? defaultServicePath() : options.service, board.hardware(),
             options.socket, options.control, options.serviceLog } );
         socket = emulation->socket();
+        if ( BmcEmulation::isDescribedIn( board.folder ) ) {
+            bmc.emplace( BmcOptions{ board.folder } );
+            ::setenv( bmcPortVariable, std::to_string( bmc->port() ).c_str(), 1 );
+            ::setenv( bmcConsoleVariable, std::to_string( bmc->console() ).c_str(), 1 );
+        }
     }
     // The library's client reads the variable when the first kind is initialised.
     if ( !socket.empty() ) {

@@ -62,11 +62,26 @@ Unit *Board::findUnit( std::string_view name ) {
 
 void Board::plug( Unit &unit, bool plugged ) {
     unit.plugged = plugged;
+    // The chips of a unit that is put in wake up to what acts on them there.
+    for ( const UnitInput &line : unit.inputs ) {
+        line.chip->setInput( line.input, plugged ? line.plugged : line.unplugged );
+    }
     for ( Chip *chip : unit.chips ) {
         chip->plug( plugged );
     }
-    for ( const UnitInput &line : unit.inputs ) {
-        line.chip->setInput( line.input, plugged ? line.plugged : line.unplugged );
+}
+
+void Board::updateConnections() {
+    for ( Connection &connection : connections_ ) {
+        const auto chip =
+            std::find_if( connection.from.begin(), connection.from.end(),
+                          []( const Chip *candidate ) { return candidate->plugged(); } );
+        const double value = chip != connection.from.end() ? ( *chip )->output( connection.output )
+                                                           : connection.unplugged;
+        if ( connection.last != value ) {
+            connection.last = value;
+            connection.to->setInput( connection.input, value );
+        }
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,6 +34,19 @@ struct Unit {
     bool plugged = true;
 };
 
+/**
+ * What one chip gives out goes into another, which takes it up when anybody looks next. Several chips
+ * that take the same place can be at its beginning: the one that is plugged in counts.
+ */
+struct Connection {
+    std::vector<const Chip *> from;
+    std::string output;
+    Chip *to;
+    std::string input;
+    double unplugged;                ///< what goes in while none of them is
+    std::optional<double> last = {}; ///< what went in; a person may have set the input since
+};
+
 /** Everything the configuration describes: buses, the chips on them, units, faults and power. */
 class Board : public PowerControl {
   public:
@@ -49,6 +63,7 @@ class Board : public PowerControl {
     void addBus( std::unique_ptr<Bus> bus );
     Chip &addChip( std::unique_ptr<Chip> chip );
     Unit &addUnit( Unit unit );
+    void connect( Connection connection ) { connections_.push_back( std::move( connection ) ); }
     void setPowerCycleTime( Duration time ) { powerCycleTime_ = time; }
 
     // Looking up: null for what is not there.
@@ -60,8 +75,11 @@ class Board : public PowerControl {
     const std::vector<std::unique_ptr<Chip>> &chips() const { return chips_; }
     const std::vector<std::unique_ptr<Unit>> &units() const { return units_; }
 
-    /** Plugs a unit in or pulls it: its chips, and then the lines that tell of it. */
+    /** Plugs a unit in or pulls it: its chips, and the lines that tell of it. */
     void plug( Unit &unit, bool plugged );
+
+    /** What has changed at the beginnings of connections arrives at their ends. */
+    void updateConnections();
 
     bool powered() const { return powered_; }
     void powerOff() override;
@@ -81,6 +99,7 @@ class Board : public PowerControl {
     std::vector<VirtualBus *> virtualBuses_;
     std::map<BusKey, Bus *> busByKey_;
     std::vector<std::unique_ptr<Unit>> units_;
+    std::vector<Connection> connections_;
     Duration powerCycleTime_ = defaultPowerCycle;
     bool powered_ = true;
     unsigned powerGeneration_ = 0; ///< counts switchings, so that a later one overrules a cycle

@@ -30,6 +30,19 @@ void Chip::setInput( std::string_view input, double ) {
                      names.empty() ? "none" : fmt::format( "{}", fmt::join( names, ", " ) ) ) );
 }
 
+double Chip::output( std::string_view output ) const {
+    std::vector<std::string> names;
+    for ( const InputInfo &info : outputs() ) {
+        if ( info.name == output ) {
+            return info.value;
+        }
+        names.push_back( info.name );
+    }
+    throw ChipError(
+        fmt::format( "{} \"{}\" has no output \"{}\"; it has {}", type(), name(), output,
+                     names.empty() ? "none" : fmt::format( "{}", fmt::join( names, ", " ) ) ) );
+}
+
 void Chip::misuse( const std::string &what ) {
     counters.errors++;
     log().warning( "{} \"{}\": {}", type(), name(), what );

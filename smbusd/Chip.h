@@ -51,6 +51,7 @@ struct RegisterInfo {
     std::string name = {};
 };
 
+/** Something that comes in from outside, or goes out. */
 struct InputInfo {
     std::string name;
     double value;
@@ -93,6 +94,8 @@ class Chip {
 
     /** Power came up: volatile registers take their reset values. Inputs are outside and stay. */
     virtual void reset() = 0;
+    /** The board has been running for long: what takes its time after power-on is over. */
+    virtual void settle() {}
 
     // The work bench side. All of it throws ChipError for what the chip does not have.
 
@@ -102,6 +105,9 @@ class Chip {
     virtual void poke( uint32_t reg, const RegisterContent &content );
     virtual std::vector<InputInfo> inputs() const { return {}; }
     virtual void setInput( std::string_view input, double value );
+    /** Lines and values that the chip gives to others. */
+    virtual std::vector<InputInfo> outputs() const { return {}; }
+    double output( std::string_view name ) const;
 
     /** The chip as a multiplexer, null for every other chip. */
     virtual Mux *mux() { return nullptr; }

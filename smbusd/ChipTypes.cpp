@@ -2,6 +2,7 @@
 
 #include "smbusd/chips/CommandDevice.h"
 #include "smbusd/chips/Eeprom.h"
+#include "smbusd/chips/LedCpld.h"
 #include "smbusd/chips/Pca9548.h"
 #include "smbusd/chips/Pca9555.h"
 #include "smbusd/chips/Pca9698.h"
@@ -20,6 +21,7 @@ const std::vector<ChipType> &chipTypes() {
         { "eeprom",
           { "addressing", "size", "pageSize", "writeCycleMs", "image", "data" },
           &Eeprom::create },
+        { "led-cpld", {}, &LedCpld::create },
         { "pca9548", {}, &Pca9548::create },
         { "pca9555", { "registers" }, &Pca9555::create },
         { "pca9698", { "registers" }, &Pca9698::create },

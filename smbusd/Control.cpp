@@ -306,6 +306,7 @@ ControlAnswer Control::answer( std::string_view line ) {
         const JsonView json( document, "request" );
         JsonLine answered;
         answered.beginObject().member( "ok", true );
+        board_.updateConnections();
         run( { *this, json, answered, answer } );
         answered.endObject();
         answer.line = answered.text();

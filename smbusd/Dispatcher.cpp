@@ -87,6 +87,7 @@ Bus *Dispatcher::prepare( Transaction &transaction ) {
         transaction.touched.push_back( bus );
         bus->transactionStarted();
     }
+    board_.updateConnections();
     return bus;
 }
 

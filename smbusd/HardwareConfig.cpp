@@ -30,7 +30,8 @@ class Loader {
         : board_( board ), folder_( folder ), linuxBus_( linuxBus ) {}
 
     void load( const JsonView &root ) {
-        root.expectObject( { "name", "description", "powerCycleMs", "buses", "units", "faults" } );
+        root.expectObject(
+            { "name", "description", "powerCycleMs", "buses", "units", "connections", "faults" } );
         if ( const auto name = root.find( "name" ) ) {
             name->text();
         }
@@ -41,6 +42,14 @@ class Loader {
         root.at( "buses" ).forEachElement( [ this ]( const JsonView &bus ) { loadBus( bus ); } );
         if ( const auto units = root.find( "units" ) ) {
             units->forEachElement( [ this ]( const JsonView &unit ) { loadUnit( unit ); } );
+        }
+        if ( const auto connections = root.find( "connections" ) ) {
+            connections->forEachElement(
+                [ this ]( const JsonView &connection ) { loadConnection( connection ); } );
+        }
+        board_.updateConnections();
+        for ( const std::unique_ptr<Chip> &chip : board_.chips() ) {
+            chip->settle();
         }
         if ( const auto faults = root.find( "faults" ) ) {
             faults->forEachElement( [ this ]( const JsonView &fault ) {
@@ -203,6 +212,33 @@ class Loader {
         const bool isPlugged = plugged ? plugged->boolean() : true;
         Unit &added = board_.addUnit( std::move( unit ) );
         board_.plug( added, isPlugged );
+    }
+
+    void loadConnection( const JsonView &json ) {
+        json.expectObject( { "from", "output", "to", "input", "unplugged" } );
+        const JsonView output = json.at( "output" );
+        const JsonView input = json.at( "input" );
+        const auto unplugged = json.find( "unplugged" );
+        constexpr double pulledUp = 1;
+        Connection connection{ {},
+                               output.text(),
+                               &chipNamed( json.at( "to" ) ),
+                               input.text(),
+                               unplugged ? unplugged->real() : pulledUp };
+        json.at( "from" ).forEachElement( [ & ]( const JsonView &from ) {
+            connection.from.push_back( &chipNamed( from ) );
+            try {
+                connection.from.back()->output( connection.output );
+            } catch ( const ChipError &error ) {
+                output.fail( fmt::format( "an output of the chip ({})", error.what() ) );
+            }
+        } );
+        try {
+            connection.to->setInput( connection.input, connection.unplugged );
+        } catch ( const ChipError &error ) {
+            input.fail( fmt::format( "an input of the chip ({})", error.what() ) );
+        }
+        board_.connect( std::move( connection ) );
     }
 
     Board &board_;

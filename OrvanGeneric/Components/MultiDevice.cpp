@@ -37,12 +37,12 @@ DeviceBase *MultiDevice::create( const DriverArgs &args ) {
 }
 
 void MultiDevice::deviceDriverArgsIs( const std::map<std::string, std::string> &args ) {
-    deviceDriverArgs_ = args;
+    deviceDriverArgs = args;
 }
 
 const char *MultiDevice::getDeviceDriverArg( const std::string &key ) const {
-    const auto it = deviceDriverArgs_.find( key );
-    if ( it == deviceDriverArgs_.end() ) {
+    const auto it = deviceDriverArgs.find( key );
+    if ( it == deviceDriverArgs.end() ) {
         TRACE( 0, "Failed to find driverArgs for driver key '%s'", key.c_str() );
         return nullptr;
     }
@@ -50,36 +50,36 @@ const char *MultiDevice::getDeviceDriverArg( const std::string &key ) const {
 }
 
 pl_slot *MultiDevice::addSlot( const std::string &key ) {
-    return addPart( slots_, getDeviceDriverArg( key ), pl_slot_add );
+    return addPart( slots, getDeviceDriverArg( key ), pl_slot_add );
 }
 
 pl_led *MultiDevice::addLed( const std::string &key ) {
-    return addPart( leds_, getDeviceDriverArg( key ), pl_led_add );
+    return addPart( leds, getDeviceDriverArg( key ), pl_led_add );
 }
 
 pl_psu *MultiDevice::addPsu( const std::string &key ) {
-    return addPart( psus_, getDeviceDriverArg( key ), pl_psu_add );
+    return addPart( psus, getDeviceDriverArg( key ), pl_psu_add );
 }
 
 pl_fan *MultiDevice::addFan( const std::string &key ) {
     const char *text = getDeviceDriverArg( key );
     if ( text )
         TRACE( 6, "MultiDevice::addFan driver args = %s", text );
-    return addPart( fans_, text, pl_fan_add );
+    return addPart( fans, text, pl_fan_add );
 }
 
 pl_xcvr *MultiDevice::addXcvr( const std::string &key ) {
     const char *text = getDeviceDriverArg( key );
     if ( text )
         TRACE( 6, "MultiDevice::addXcvr driver args = %s", text );
-    return addPart( xcvrs_, text, pl_xcvr_add );
+    return addPart( xcvrs, text, pl_xcvr_add );
 }
 
 pl_gpio *MultiDevice::addGpio( const std::string &key ) {
     const char *text = getDeviceDriverArg( key );
     if ( text )
         TRACE( 6, "MultiDevice::addGpio driver args = %s", text );
-    return addPart( gpios_, text, pl_gpio_add );
+    return addPart( gpios, text, pl_gpio_add );
 }
 
 } // namespace Component

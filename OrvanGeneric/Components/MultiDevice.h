@@ -18,12 +18,21 @@ namespace Component {
  */
 class MultiDevice : public DeviceBase {
   public:
+    /** Records of the parts added so far, null where adding failed; the parts' devices own them. */
+    std::vector<pl_slot *> slots;
+    std::vector<pl_led *> leds;
+    std::vector<pl_psu *> psus;
+    std::vector<pl_fan *> fans;
+    std::vector<pl_xcvr *> xcvrs;
+    std::vector<pl_gpio *> gpios;
+    /** The parts' descriptions by role key. */
+    std::map<std::string, std::string> deviceDriverArgs;
+
     /** Finds or makes the instance for a description with "isMultiDevice"; null on failure. */
     static DeviceBase *create( const DriverArgs &args );
 
     /** Replaces the parts' descriptions. */
     void deviceDriverArgsIs( const std::map<std::string, std::string> &args );
-    const std::map<std::string, std::string> &deviceDriverArgs() const { return deviceDriverArgs_; }
     /** The description under @p key, valid while the entry is unchanged; null if there is none. */
     const char *getDeviceDriverArg( const std::string &key ) const;
 
@@ -33,22 +42,6 @@ class MultiDevice : public DeviceBase {
     pl_fan *addFan( const std::string &key );
     pl_xcvr *addXcvr( const std::string &key );
     pl_gpio *addGpio( const std::string &key );
-
-    const std::vector<pl_slot *> &slots() const { return slots_; }
-    const std::vector<pl_led *> &leds() const { return leds_; }
-    const std::vector<pl_psu *> &psus() const { return psus_; }
-    const std::vector<pl_fan *> &fans() const { return fans_; }
-    const std::vector<pl_xcvr *> &xcvrs() const { return xcvrs_; }
-    const std::vector<pl_gpio *> &gpios() const { return gpios_; }
-
-  private:
-    std::vector<pl_slot *> slots_;
-    std::vector<pl_led *> leds_;
-    std::vector<pl_psu *> psus_;
-    std::vector<pl_fan *> fans_;
-    std::vector<pl_xcvr *> xcvrs_;
-    std::vector<pl_gpio *> gpios_;
-    std::map<std::string, std::string> deviceDriverArgs_;
 };
 
 } // namespace Component

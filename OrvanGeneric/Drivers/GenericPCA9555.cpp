@@ -4,16 +4,14 @@
 #include <cassert>
 
 #include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/Drivers/Pca9555Registers.h"
 #include "OrvanGeneric/HostServices.h"
 
 namespace Drivers {
 
+using namespace Pca9555;
+
 namespace {
-
-constexpr uint8_t banks = 2;
-
-/** The PCA9555's own register map; its polarity registers, 4 and 5, are left alone. */
-enum Register { inputPort0 = 0, outputPort0 = 2, configuration0 = 6 };
 
 constexpr int defaultCacheTimeout = 2;
 

@@ -40,7 +40,7 @@ Component::LogicalDevice::Slot *MultiSlot::newSlot( const DriverArgs &args ) {
 
 MultiSlot::Slot::Slot( MultiSlot *multiSlot, uint8_t index, const DriverArgs &args )
     : multiSlot_( multiSlot ), index_( index ) {
-    const std::map<std::string, std::string> parts = multiSlot->deviceDriverArgs();
+    const std::map<std::string, std::string> parts = multiSlot->deviceDriverArgs;
     std::map<std::string, std::string> slotParts;
     for ( const auto &[ key, description ] : parts )
         slotParts[ key ] = withArguments( description, args.driverArgs );

@@ -19,13 +19,17 @@ constexpr unsigned fieldHeaderSize = 2;
 constexpr char modelType = 0x22;
 constexpr char serialType = 0x23;
 
-/** Fewer bytes than asked for are a failure like any other. */
+/** Fewer bytes than asked for are a failure like any other; after one @p bytes is empty. */
 int readBytes( Ham::Ham *ham, int offset, unsigned length, std::string &bytes ) {
     bytes.clear();
     if ( length == 0 )
         return PL_STATUS_OK;
-    const int status = ham->read( static_cast<unsigned>( offset ), length, &bytes, false );
-    return status == PL_STATUS_OK && bytes.size() < length ? PL_STATUS_FAILED : status;
+    int status = ham->read( static_cast<unsigned>( offset ), length, &bytes, false );
+    if ( status == PL_STATUS_OK && bytes.size() < length )
+        status = PL_STATUS_FAILED;
+    if ( status != PL_STATUS_OK )
+        bytes.clear();
+    return status;
 }
 
 } // namespace
@@ -44,15 +48,15 @@ pl_status readTlvInfo( Ham::Ham *ham, std::string &serial, std::string &model ) 
     int offset = headerSize;
     while ( ( serial.empty() || model.empty() ) && offset < end ) {
         std::string field;
-        int res = readBytes( ham, offset, fieldHeaderSize, field );
+        const int res = readBytes( ham, offset, fieldHeaderSize, field );
         assert( res == PL_STATUS_OK );
         const auto length = static_cast<uint8_t>( field[ 1 ] );
         const int valueOffset = offset + static_cast<int>( fieldHeaderSize );
+        // A value that cannot be read stays empty, and the supply unidentified.
         if ( field[ 0 ] == serialType )
-            res = readBytes( ham, valueOffset, length, serial );
+            readBytes( ham, valueOffset, length, serial );
         else if ( field[ 0 ] == modelType )
-            res = readBytes( ham, valueOffset, length, model );
-        assert( res == PL_STATUS_OK );
+            readBytes( ham, valueOffset, length, model );
         offset = valueOffset + length;
     }
     return serial.empty() || model.empty() ? PL_STATUS_NOT_PRESENT : PL_STATUS_OK;

@@ -12,9 +12,9 @@ namespace Drivers {
 
 /**
  * Reads the serial number and the model from a TlvInfo EEPROM (the format of the Open Network
- * Install Environment). An EEPROM that holds something else, or one that falls silent in the middle
- * of the fields, aborts.
- * @return PL_STATUS_NOT_PRESENT when there are not both, or the header cannot be read
+ * Install Environment). An EEPROM that holds something else, or one that does not give a field's
+ * type and length, aborts.
+ * @return PL_STATUS_NOT_PRESENT when there are not both, or the header or a value cannot be read
  */
 pl_status readTlvInfo( Ham::Ham *ham, std::string &serial, std::string &model );
 

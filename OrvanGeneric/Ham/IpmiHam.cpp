@@ -34,17 +34,26 @@ std::string IpmiHam::airflowId( const std::string & ) {
 void IpmiHam::configure( const Drivers::DriverArgs & ) {}
 void IpmiHam::refresh( const std::string & ) {}
 
+char IpmiHam::upperCase( char c ) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>( c - 'a' + 'A' ) : c;
+}
+
 std::string IpmiHam::upperCase( std::string name ) {
-    // Not toupper(): the host's locale has no say in a sensor's name.
     for ( char &c : name )
-        if ( c >= 'a' && c <= 'z' )
-            c = static_cast<char>( c - 'a' + 'A' );
+        c = upperCase( c );
     return name;
+}
+
+const std::string &IpmiHam::keyOf( const std::string &name ) {
+    key_ = name;
+    for ( char &c : key_ )
+        c = upperCase( c );
+    return key_;
 }
 
 int IpmiHam::getSensorVal( const std::string &name, std::string *value ) {
     refresh( name );
-    const auto it = sensors.find( upperCase( name ) );
+    const auto it = sensors.find( keyOf( name ) );
     if ( it == sensors.end() )
         return PL_STATUS_TRANSPORT;
     *value = it->second;
@@ -69,7 +78,7 @@ int IpmiHam::getSensorVal( const std::string &name, float *value ) {
 
 int IpmiHam::getFruVal( const std::string &name, FruData &data ) {
     refresh( name );
-    const auto it = frus.find( upperCase( name ) );
+    const auto it = frus.find( keyOf( name ) );
     if ( it == frus.end() )
         return PL_STATUS_TRANSPORT;
     data = it->second;

@@ -79,8 +79,16 @@ class IpmiHam {
   protected:
     ~IpmiHam() = default;
 
-    /** A name as the caches keep it: ASCII letters in upper case, all else as it is. */
+    /** ASCII letters in upper case, all else as it is; the host's locale has no say in a name. */
+    static char upperCase( char c );
+    /** A name as the caches keep it. */
     static std::string upperCase( std::string name );
+
+  private:
+    /** The same of a name that is looked up, in memory that is kept; valid until the next one. */
+    const std::string &keyOf( const std::string &name );
+
+    std::string key_;
 };
 
 /** Makes an IPMI Ham; empty on failure. */

@@ -1,5 +1,6 @@
 #include "OrvanGeneric/Ham/IpmitoolHam.h"
 
+#include <algorithm>
 #include <cassert>
 #include <sstream>
 #include <utility>
@@ -19,7 +20,7 @@ constexpr int defaultCacheAge = 1000; // milliseconds
 constexpr int defaultBackOff = 5000;  // milliseconds
 
 /** The tool's own name for the BMC's FRU, which no list has. */
-constexpr const char *builtinFru = "BUILTIN FRU DEVICE";
+constexpr const char *builtinFru = "Builtin FRU Device";
 
 constexpr const char *backToFront = "backToFrontAirflow";
 constexpr const char *frontToBack = "frontToBackAirflow";
@@ -48,6 +49,13 @@ std::string bounded( std::string command ) {
 }
 
 } // namespace
+
+bool IpmitoolHam::BeforeIgnoringCase::operator()( const std::string &a,
+                                                  const std::string &b ) const {
+    return std::lexicographical_compare(
+        a.begin(), a.end(), b.begin(), b.end(),
+        []( char left, char right ) { return upperCase( left ) < upperCase( right ); } );
+}
 
 IpmitoolHam::IpmitoolHam( Run run )
     : run_( std::move( run ) ), command_( defaultCommand ), limit_( defaultLimit ),
@@ -95,9 +103,7 @@ void IpmitoolHam::refresh( const std::string &name ) {
         return;
     if ( name.size() > listedNameLength )
         refreshLongName( name );
-    const std::string upper = upperCase( name );
-    if ( ( fruNames_.count( upper ) || upper == builtinFru ) &&
-         ( !frusAt_ || now - *frusAt_ > cacheAge_ ) )
+    if ( fruNames_.count( name ) && ( !frusAt_ || now - *frusAt_ > cacheAge_ ) )
         refreshFrus();
 }
 
@@ -115,9 +121,8 @@ void IpmitoolHam::refreshSensors() {
     if ( !fetchLongNames( longNames_, list, readings ) )
         return finish( false );
     sensors = std::move( readings );
-    fruNames_.clear();
-    for ( const std::string &name : list.frus )
-        fruNames_.insert( upperCase( name ) );
+    fruNames_ = { list.frus.begin(), list.frus.end() };
+    fruNames_.insert( builtinFru );
     list_ = std::move( list );
     finish( true );
 }

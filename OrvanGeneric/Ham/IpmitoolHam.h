@@ -55,6 +55,11 @@ class IpmitoolHam final : public IpmiHam {
     void refresh( const std::string &name ) override;
 
   private:
+    /** Orders names of which one is the other when they differ in the case of ASCII letters only. */
+    struct BeforeIgnoringCase {
+        bool operator()( const std::string &a, const std::string &b ) const;
+    };
+
     void refreshSensors();
     void refreshLongName( const std::string &name );
     void refreshFrus();
@@ -70,11 +75,11 @@ class IpmitoolHam final : public IpmiHam {
 
     Run run_;
     std::string command_;
-    unsigned limit_;                    ///< seconds
-    int64_t cacheAge_;                  ///< milliseconds
-    int64_t backOff_;                   ///< milliseconds
-    SensorList list_;                   ///< as last printed
-    std::set<std::string> fruNames_;    ///< of the units that the list has, in upper case
+    unsigned limit_;                                     ///< seconds
+    int64_t cacheAge_;                                   ///< milliseconds
+    int64_t backOff_;                                    ///< milliseconds
+    SensorList list_;                                    ///< as last printed
+    std::set<std::string, BeforeIgnoringCase> fruNames_; ///< of the units that may have a FRU
     std::set<std::string> longNames_;   ///< asked for and longer than the list prints, as given
     std::optional<int64_t> finishedAt_; ///< end of the last attempt, monotonic milliseconds
     std::optional<int64_t> frusAt_;     ///< when the FRUs were read

@@ -87,6 +87,7 @@ class Loader {
             return;
         }
         peripheral.device = compactJson( description );
+        parts( description, peripheral );
         peripheral.driver = description[ "driver" ].GetString();
         const uint32_t did = description[ "did" ].GetUint();
         show( description.HasMember( "uid" )
@@ -106,6 +107,21 @@ class Loader {
             if ( member.value.IsObject() ) {
                 member.value.SetString( compactJson( member.value ), allocator );
             }
+        }
+    }
+
+    /** The arguments with which the library will add each part; they have been checked. */
+    static void parts( const Value &description, PeripheralDescription &peripheral ) {
+        const auto it = description.FindMember( "multiDeviceArgs" );
+        if ( it == description.MemberEnd() ) {
+            return;
+        }
+        for ( const auto &member : it->value.GetObject() ) {
+            rapidjson::Document part;
+            part.Parse( member.value.GetString() );
+            ArgTexts args = peripheral.args;
+            args.merge( argTexts( part ) );
+            peripheral.parts.push_back( std::move( args ) );
         }
     }
 

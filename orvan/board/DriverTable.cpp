@@ -77,6 +77,7 @@ constexpr ArgRule psuSlot[] = {
     with( "gpioDevice", optional( integer( "powerOkReg", 0, 255 ) ) ),
     with( "gpioDevice", optional( integer( "powerOkBit", 0, 7 ) ) ), flag( "powerOkActiveLow" ),
     flag( "assertOnUnknownModelName" ), flag( "allowInvalidCommonHeaderChecksum" ), flag( "useApi" ),
+    with( "identificationType=ipmi", text( "ipmiId" ) ),
     with( "identificationType=ipmitool", text( "ipmiId" ) ),
     with( "identificationType=ipmitool_raw", text( "ipmiRawModel" ) ),
     with( "identificationType=ipmitool_raw", text( "ipmiRawSerialNumber" ) ) };
@@ -115,7 +116,9 @@ constexpr ArgRule emersonFan[] = { integer( "fanId", 1, 2 ), integer( "maxFanRpm
 constexpr ServiceRow emersonServices[] = { { Service::Gpio, registerBit }, { Service::Psu, none },
     { Service::Fan, emersonFan } };
 
-constexpr ArgRule ipmi[] = { text( "hamType" ) };
+constexpr ArgRule ipmi[] = { oneOf( "hamType", "ipmitool" ), optional( text( "ipmiCommand" ) ),
+    optional( integer( "ipmiTimeout", 1, anyInt ) ), optional( integer( "ipmiCacheAge", 0, anyInt ) ),
+    optional( integer( "ipmiBackOff", 0, anyInt ) ) };
 constexpr ArgRule ipmiPsu[] = { integer( "psuId", 1, 2 ), text( "ipmiKey" ) };
 constexpr ArgRule ipmiFan[] = { integer( "fanId", 1, 7 ), optional( integer( "maxRpm", 1, anyInt ) ),
                                 with( "!maxRpm", integer( "maxFanRpm", 1, anyInt ) ), text( "ipmiKey" ) };
@@ -145,7 +148,7 @@ constexpr DriverRow rows[] = {
     { "MireCLedCPLD", "MireCLedCPLD", 0, none, lines },
     { "MireYQSFP", "MireYQSFP", 0, none, yQsfp },
     { "MireYCPLD", "MirelundYCPLD", 0, none, yCpld },
-    { "Ipmi", "Ipmi", NeedsNoHam, ipmi, ipmiServices },
+    { "Ipmi", "Ipmi", NeedsNoHam | FansReadOnly, ipmi, ipmiServices },
 };
 
 // clang-format on

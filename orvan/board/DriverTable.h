@@ -54,6 +54,7 @@ enum DriverTrait : unsigned {
     ReadsPsuExpander = 4,    /**< looks up the device labelled "PsuPCA" */
     NumberedModels = 8,      /**< pairs "model_N" and "psuFdl_N", counted from 1 */
     GpioTypeOffersNone = 16, /**< made with "type" "gpio" it serves GPIO lines only */
+    FansReadOnly = 32,       /**< setting a fan's speed ends the process */
 };
 
 /** One driver of the library. */

@@ -48,17 +48,26 @@ class Show : public Command {
         }
     }
 
+    /**
+     * Peripherals of one kind can have different readings: SFP and QSFP cages do. A column that is new
+     * stands before the next one of these readings that is there already.
+     */
+    static void addColumns( std::span<const Reading> readings, std::vector<std::string> &columns ) {
+        auto next = columns.end();
+        for ( auto reading = readings.rbegin(); reading != readings.rend(); ++reading ) {
+            if ( !reading->inTables ) {
+                continue;
+            }
+            const auto column = std::find( columns.begin(), columns.end(), reading->name );
+            next = column != columns.end() ? column : columns.insert( next, reading->name );
+        }
+    }
+
     static void printTable( Session &session, const Kind &kind,
                             const std::vector<Peripheral *> &peripherals, std::ostream &out ) {
-        // Peripherals of one kind can have different readings: SFP and QSFP cages do.
         std::vector<std::string> columns;
         for ( const Peripheral *peripheral : peripherals ) {
-            for ( const Reading &reading : kind.readings( *peripheral ) ) {
-                if ( reading.inTables &&
-                     std::find( columns.begin(), columns.end(), reading.name ) == columns.end() ) {
-                    columns.push_back( reading.name );
-                }
-            }
+            addColumns( kind.readings( *peripheral ), columns );
         }
         std::vector<std::string> header{ kind.name };
         header.insert( header.end(), columns.begin(), columns.end() );

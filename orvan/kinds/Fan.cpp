@@ -88,6 +88,14 @@ constexpr Reading readings[] = { { "rpm", "rpm", 0, rpm },
                                  { "debug", "", 0, debug, false } };
 constexpr Setting settings[] = { { "rpm", "revolutions per minute, or 0% to 100%", setSpeed } };
 
+std::span<const Setting> settingsOf( const Peripheral &peripheral ) {
+    const DriverRow *driver = findDriver( peripheral.description->driver );
+    if ( driver && ( driver->traits & FansReadOnly ) ) {
+        return {};
+    }
+    return settings;
+}
+
 } // namespace
 
 const Kind fanKind = {
@@ -96,7 +104,7 @@ const Kind fanKind = {
     "pl_fan_add",
     addDescribed<pl_fan>,
     []( const Peripheral & ) -> std::span<const Reading> { return readings; },
-    []( const Peripheral & ) -> std::span<const Setting> { return settings; },
+    settingsOf,
 };
 
 } // namespace orvan

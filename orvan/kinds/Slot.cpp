@@ -55,9 +55,8 @@ std::string argumentOr( const Arguments &args, const std::string &name ) {
     return it == args.end() ? std::string() : it->second;
 }
 
-/** What the text @p fdl tells of the slot's unit, by each of the description's templates it fits. */
-std::vector<Arguments> readBack( const std::string &fdl, const Arguments &args ) {
-    std::vector<Arguments> found;
+/** What the text @p fdl tells of the slot's unit, by each of the templates it fits. */
+void readBack( const std::string &fdl, const Arguments &args, std::vector<Arguments> &found ) {
     for ( const auto &[ argument, format ] : args ) {
         const bool isSupply = argument.starts_with( supplyTemplates );
         if ( !isSupply && argument != trayTemplate ) {
@@ -71,7 +70,6 @@ std::vector<Arguments> readBack( const std::string &fdl, const Arguments &args )
             found.push_back( std::move( *fields ) );
         }
     }
-    return found;
 }
 
 /** One of the field data; none when templates disagree on it. */
@@ -81,8 +79,14 @@ Value field( Readout &readout, const char *name ) {
     if ( !text ) {
         return value;
     }
+    std::vector<Arguments> found;
+    const PeripheralDescription &description = *readout.peripheral().description;
+    readBack( *text, description.args, found );
+    for ( const Arguments &part : description.parts ) {
+        readBack( *text, part, found );
+    }
     std::set<std::string> answers;
-    for ( const Arguments &fields : readBack( *text, readout.peripheral().description->args ) ) {
+    for ( const Arguments &fields : found ) {
         answers.insert( argumentOr( fields, name ) );
     }
     return answers.size() == 1 && !answers.begin()->empty() ? Value::of( *answers.begin() )
@@ -111,9 +115,8 @@ constexpr Reading supplyReadings[] = { { "present", "", 0, present },
                                        { "serial", "", 0, serial },
                                        { "fdl", "", 0, fdl } };
 
-/** What a slot's field data tell follows from what its description fills them with. */
-std::span<const Reading> readingsOf( const Peripheral &peripheral ) {
-    for ( const auto &[ argument, format ] : peripheral.description->args ) {
+std::span<const Reading> readingsOf( const Arguments &args ) {
+    for ( const auto &[ argument, format ] : args ) {
         if ( argument == trayTemplate ) {
             return trayReadings;
         }
@@ -122,6 +125,13 @@ std::span<const Reading> readingsOf( const Peripheral &peripheral ) {
         }
     }
     return readings;
+}
+
+/** What a slot's field data tell follows from what its description fills them with. */
+std::span<const Reading> readingsOf( const Peripheral &peripheral ) {
+    const PeripheralDescription &description = *peripheral.description;
+    // All parts of a slot are of the same unit.
+    return readingsOf( description.parts.empty() ? description.args : description.parts.front() );
 }
 
 } // namespace

@@ -4,42 +4,41 @@
 
 namespace smbusd {
 
+using namespace pmbus;
+
 namespace {
 
-/** Bits of STATUS_WORD that are not just a summary. */
-constexpr uint32_t powerGoodNegated = 1u << 11;
-constexpr uint32_t off = 1u << 6;
+/** Bits of STATUS_WORD that do not just tell of something in a register. */
+constexpr unsigned powerGoodNegated = 1u << 11;
+constexpr unsigned off = 1u << 6;
+constexpr unsigned ioutOverCurrentFault = 1u << 4;
+constexpr unsigned vinUnderVoltageFault = 1u << 3;
 
-/** Those that are: which faults of which register set them. */
+/** The bit of STATUS_WORD that tells of anything in a register. */
 constexpr struct {
     uint8_t command;
-    uint8_t faults;
-    uint32_t wordBit;
+    unsigned bit;
 } summaries[] = {
-    { pmbus::STATUS_VOUT, 0xFF, 1u << 15 },
-    { pmbus::STATUS_IOUT, 0xFF, 1u << 14 },
-    { pmbus::STATUS_INPUT, 0xFF, 1u << 13 },
-    { pmbus::STATUS_FANS_1_2, 0xFF, 1u << 10 },
-    { pmbus::STATUS_IOUT, PmbusStatus::ioutOverCurrent, 1u << 4 },
-    { pmbus::STATUS_INPUT, PmbusStatus::vinUnderVoltage, 1u << 3 },
-    { pmbus::STATUS_TEMPERATURE, 0xFF, 1u << 2 },
-    { pmbus::STATUS_CML, 0xFF, 1u << 1 },
+    { STATUS_VOUT, 1u << 15 },     { STATUS_IOUT, 1u << 14 },       { STATUS_INPUT, 1u << 13 },
+    { STATUS_FANS_1_2, 1u << 10 }, { STATUS_TEMPERATURE, 1u << 2 }, { STATUS_CML, 1u << 1 },
 };
 
 } // namespace
 
-uint8_t PmbusStatus::get( uint8_t command ) const {
+uint8_t PmbusStatus::faults( uint8_t command ) const {
     const auto found = faults_.find( command );
     return found == faults_.end() ? uint8_t{ 0 } : found->second;
 }
 
-uint16_t PmbusStatus::word( bool on, bool good ) const {
-    uint32_t word = ( on ? 0 : off ) | ( good ? 0 : powerGoodNegated );
-    for ( const auto &summary : summaries ) {
-        if ( ( get( summary.command ) & summary.faults ) != 0 ) {
-            word |= summary.wordBit;
-        }
+uint16_t PmbusStatus::word( bool isOff, bool powerGood ) const {
+    unsigned word = 0;
+    for ( const auto &[ command, bit ] : summaries ) {
+        word |= faults( command ) != 0 ? bit : 0;
     }
+    word |= ( faults( STATUS_IOUT ) & ioutOverCurrent ) != 0 ? ioutOverCurrentFault : 0;
+    word |= ( faults( STATUS_INPUT ) & vinUnderVoltage ) != 0 ? vinUnderVoltageFault : 0;
+    word |= isOff ? off : 0;
+    word |= powerGood ? 0 : powerGoodNegated;
     return static_cast<uint16_t>( word );
 }
 

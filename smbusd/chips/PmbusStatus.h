@@ -6,39 +6,36 @@
 namespace smbusd {
 
 /**
- * The STATUS registers of a PMBus device: faults stay in them until they are cleared, and
- * STATUS_WORD tells in which of them there are any.
+ * The STATUS registers of a PMBus device (Power System Management Protocol, part II, chapter 17).
+ *
+ * A fault stays until it is cleared, whatever became of its cause. OFF and POWER_GOOD# are states of
+ * the moment and not kept here.
  */
 class PmbusStatus {
   public:
-    // Bits of STATUS_VOUT, STATUS_IOUT, STATUS_INPUT, STATUS_TEMPERATURE and STATUS_CML.
-    static constexpr uint8_t voutUnderVoltage = 0x10;
-    static constexpr uint8_t ioutOverCurrent = 0x80;
-    static constexpr uint8_t vinUnderVoltage = 0x10;
-    static constexpr uint8_t offForInsufficientInput = 0x08;
-    static constexpr uint8_t overTemperature = 0x80;
-    static constexpr uint8_t invalidCommand = 0x80;
-    static constexpr uint8_t invalidData = 0x40;
-    static constexpr uint8_t packetErrorCheckFailed = 0x20;
-    /** Bits of STATUS_FANS_1_2, by fan. */
-    static constexpr uint8_t fanFault[] = { 0x80, 0x40 };
+    // Bits of the registers that have the summaries in STATUS_WORD.
+    static constexpr uint8_t voutUnderVoltage = 0x10;        ///< STATUS_VOUT
+    static constexpr uint8_t ioutOverCurrent = 0x80;         ///< STATUS_IOUT
+    static constexpr uint8_t vinUnderVoltage = 0x10;         ///< STATUS_INPUT
+    static constexpr uint8_t offForInsufficientInput = 0x08; ///< STATUS_INPUT
+    static constexpr uint8_t overTemperature = 0x80;         ///< STATUS_TEMPERATURE
+    static constexpr uint8_t invalidCommand = 0x80;          ///< STATUS_CML
+    static constexpr uint8_t invalidData = 0x40;             ///< STATUS_CML
+    static constexpr uint8_t packetErrorCheckFailed = 0x20;  ///< STATUS_CML
+    static constexpr uint8_t fanFault[] = { 0x80, 0x40 };    ///< STATUS_FANS_1_2, by fan
 
-    /** @param command  the code of a STATUS register, here and below */
+    /** Adds faults to those of the register @p command. */
     void add( uint8_t command, uint8_t faults ) { faults_[ command ] |= faults; }
+    /** From now on the register holds these faults. */
     void set( uint8_t command, uint8_t faults ) { faults_[ command ] = faults; }
     void clear() { faults_.clear(); }
-    uint8_t get( uint8_t command ) const;
 
-    /**
-     * STATUS_WORD, whose low byte is STATUS_BYTE. OFF and POWER_GOOD# are those of the moment.
-     *
-     * @param on    whether the output is switched on
-     * @param good  whether it is within its limits
-     */
-    uint16_t word( bool on, bool good ) const;
+    uint8_t faults( uint8_t command ) const;
+    /** STATUS_WORD; its low byte is STATUS_BYTE. */
+    uint16_t word( bool off, bool powerGood ) const;
 
   private:
-    std::map<uint8_t, uint8_t> faults_;
+    std::map<uint8_t, uint8_t> faults_; ///< by the code of their register
 };
 
 } // namespace smbusd

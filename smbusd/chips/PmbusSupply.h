@@ -33,7 +33,8 @@ struct PmbusIdentity {
  *
  * Inputs: "vin" volts of the mains, "iout" amperes that the load draws, "ambient" degrees, and the
  * lines "on", which switches it on, "output.fault", for an output that has collapsed, and
- * "fanN.blocked".
+ * "fanN.blocked". Outputs: the lines "powergood", "powerbad" and "acgood", high
+ * when so.
  */
 class PmbusSupply : public SmbusDevice {
   public:
@@ -54,6 +55,8 @@ class PmbusSupply : public SmbusDevice {
 
     bool start( bool read ) override;
     void reset() override;
+    /** The fans turn as they are driven. */
+    void settle() override { model_.settleFans(); }
 
     std::vector<RegisterInfo> registers() const override;
     RegisterContent peek( uint32_t reg ) const override;
@@ -64,6 +67,7 @@ class PmbusSupply : public SmbusDevice {
     void poke( uint32_t reg, const RegisterContent &content ) override;
     std::vector<InputInfo> inputs() const override;
     void setInput( std::string_view input, double value ) override;
+    std::vector<InputInfo> outputs() const override;
 
   protected:
     std::optional<CommandShape> shapeOf( uint8_t command ) const override;
@@ -72,16 +76,7 @@ class PmbusSupply : public SmbusDevice {
     void refused( SmbusMisuse misuse ) override;
 
   private:
-    /** A command: what it is called, how wide it is (a block: 0), and what it reads as. */
-    struct Row {
-        uint8_t command;
-        const char *name;
-        unsigned width;
-        bool writable;
-        uint32_t ( *read )( const PmbusSupply &supply ); ///< null: a text, or faults
-        size_t fans = 0;                                 ///< that the supply must have for it
-        size_t temperatures = 0;                         ///< as well
-    };
+    struct Row;
     static const Row rows[];
 
     static const Row *findRow( uint32_t command );
@@ -91,8 +86,6 @@ class PmbusSupply : public SmbusDevice {
     bool isProtected( uint8_t command ) const;
     void store( uint8_t command, uint16_t value );
     void driveFans();
-
-    bool changeInput( SupplySurroundings &next, std::string_view input, double value ) const;
 
     /** Faults whose causes are there add to those that were. */
     void latchFaults();

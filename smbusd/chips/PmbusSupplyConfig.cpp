@@ -114,7 +114,6 @@ std::unique_ptr<Chip> PmbusSupply::create( ChipContext context, const ChipOption
         } );
     }
     supply->reset();
-    supply->model().settleFans(); // the board has been running for long
     return supply;
 }
 

@@ -91,7 +91,6 @@ std::unique_ptr<Chip> Psoc::create( ChipContext context, const ChipOptions &opti
         } );
     }
     chip->reset();
-    chip->unused_ = true;
     return chip;
 }
 
@@ -121,7 +120,6 @@ void Psoc::setResetDuty( uint16_t hundredths ) {
 
 void Psoc::reset() {
     RegisterFile::reset();
-    unused_ = false;
     inMessage_ = false;
     dutyWritten_ = false;
     powerRequest_ = PowerRequest::None;
@@ -133,7 +131,6 @@ void Psoc::reset() {
 
 bool Psoc::start( bool read ) {
     const bool acknowledged = RegisterFile::start( read );
-    beginUse();
     messageTime_ = scheduler().now();
     inMessage_ = true;
     return acknowledged;
@@ -188,11 +185,7 @@ void Psoc::driveFans() {
     }
 }
 
-void Psoc::beginUse() {
-    if ( !unused_ ) {
-        return;
-    }
-    unused_ = false;
+void Psoc::settle() {
     for ( Fan &fan : fans_ ) {
         fan.motor.force( fan.turns() ? duty() * fan.maxRpm : 0, moment() );
     }
@@ -284,7 +277,6 @@ RegisterContent Psoc::peek( uint32_t reg ) const {
 
 void Psoc::poke( uint32_t reg, const RegisterContent &content ) {
     const uint32_t number = numberFor( reg, content, infoOf( reg ).width );
-    beginUse();
     if ( reg == stallAlert ) {
         for ( size_t i = 0; i < fans_.size(); i++ ) {
             setRotor( fans_[ i ], fans_[ i ].blocked, ( number >> i & 1 ) != 0 );

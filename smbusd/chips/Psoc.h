@@ -24,8 +24,7 @@ namespace smbusd {
  *
  * and a byte of whole degrees Celsius for each temperature, where the configuration puts it. All
  * else reads 0. A fan nears the speed that the duty asks of it; the faster the fans, the less a
- * temperature rises above the ambient one. When its first user comes, the board has been running
- * for long; after a reset the fans spin up.
+ * temperature rises above the ambient one. After a reset the fans spin up.
  *
  * Inputs: "ambient" in degrees; "fanN.present" and "fanN.blocked" (N from 1), lines: a module that
  * is out has no speed, a blocked rotor neither; "NAME.rise", how far a temperature is above the
@@ -47,6 +46,8 @@ class Psoc : public RegisterFile {
     void stop() override;
     /** The fans spin up from standstill. */
     void reset() override;
+    /** The fans turn as they are driven. */
+    void settle() override;
 
     std::vector<RegisterInfo> registers() const override;
     RegisterContent peek( uint32_t reg ) const override;
@@ -80,7 +81,6 @@ class Psoc : public RegisterFile {
     Duration moment() const { return inMessage_ ? messageTime_ : scheduler().now(); }
     double duty() const;
     void driveFans();
-    void beginUse();
     uint16_t speed( const Fan &fan ) const;
     uint8_t stallAlerts() const;
     double riseShare() const;
@@ -95,7 +95,6 @@ class Psoc : public RegisterFile {
     double stallRpm_ = usualStallRpm;
     Duration messageTime_{}; ///< a word's two bytes are of one moment
     bool inMessage_ = false;
-    bool unused_ = false; ///< since the service began: the first use finds the fans turning
     bool dutyWritten_ = false;
     PowerRequest powerRequest_ = PowerRequest::None;
 };

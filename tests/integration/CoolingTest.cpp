@@ -3,34 +3,13 @@
 #include <gmock/gmock.h>
 
 #include "tests/integration/EmulatedBoard.h"
+#include "tests/integration/RecordReadings.h"
 
 namespace {
 
 /** The cooling board, its fans without inertia so that no test waits for them to spin up. */
 class CoolingTest : public testing::Test {
   protected:
-    static int rpm( pl_fan *fan ) {
-        int value = -1;
-        EXPECT_EQ( fan->ops->get_rpm( fan, &value ), PL_STATUS_OK );
-        return value;
-    }
-    static pl_status status( pl_fan *fan ) {
-        int value = -1;
-        return fan->ops->get_rpm( fan, &value );
-    }
-    static float celsius( pl_temp_sensor *sensor ) {
-        float value = -1;
-        EXPECT_EQ( sensor->ops->get_temperature( sensor, &value ), PL_STATUS_OK );
-        return value;
-    }
-    /** The tray's field data; "" when there is none. */
-    static std::string presence( pl_slot *slot, pl_status expected = PL_STATUS_OK ) {
-        char *fdl = nullptr;
-        EXPECT_EQ( slot->ops->get_presence( slot, &fdl ), expected );
-        const std::string text = fdl ? fdl : "";
-        std::free( fdl );
-        return text;
-    }
     /** The amber bit of an LED, from 1, in the fan board's output register. */
     bool amber( int led ) const { return board_.peek( "fan-board", 3 ) >> ( 3 + led ) & 1; }
 
@@ -57,13 +36,13 @@ TEST_F( CoolingTest, AllFansFollowTheMastersSpeed ) {
     pl_fan *const second = board_.add<pl_fan>( "fan2" );
     pl_fan *const third = board_.add<pl_fan>( "fan3" );
     pl_fan *const fourth = board_.add<pl_fan>( "fan4" );
-    EXPECT_EQ( rpm( first ), 12500 ); // half of 25000, as the controller starts
+    EXPECT_EQ( rpmOf( first ), 12500 ); // half of 25000, as the controller starts
     EXPECT_EQ( first->ops->set_rpm( first, 9000 ), PL_STATUS_OK );
     EXPECT_EQ( board_.peek( "psoc", 60 ), 3600u ); // 36 %
-    EXPECT_EQ( rpm( first ), 9000 );
-    EXPECT_EQ( rpm( second ), 8892 ); // of 24700
-    EXPECT_EQ( rpm( third ), 9072 );  // of 25200
-    EXPECT_EQ( rpm( fourth ), 8964 ); // of 24900
+    EXPECT_EQ( rpmOf( first ), 9000 );
+    EXPECT_EQ( rpmOf( second ), 8892 ); // of 24700
+    EXPECT_EQ( rpmOf( third ), 9072 );  // of 25200
+    EXPECT_EQ( rpmOf( fourth ), 8964 ); // of 24900
     EXPECT_EQ( second->ops->set_rpm( second, 20000 ), PL_STATUS_OK );
     EXPECT_EQ( board_.peek( "psoc", 60 ), 3600u );
 }
@@ -71,26 +50,26 @@ TEST_F( CoolingTest, AllFansFollowTheMastersSpeed ) {
 TEST_F( CoolingTest, DutyEndsAtNinetyNinePercent ) {
     pl_fan *const first = board_.add<pl_fan>( "fan1" );
     first->ops->set_rpm( first, 25000 );
-    EXPECT_EQ( rpm( first ), 24750 );
+    EXPECT_EQ( rpmOf( first ), 24750 );
 }
 
 TEST_F( CoolingTest, StalledFanShowsWithinOnePeriodAndRecovers ) {
     pl_fan *const second = board_.add<pl_fan>( "fan2" );
     pl_fan *const third = board_.add<pl_fan>( "fan3" );
     board_.host.fireAll();
-    EXPECT_EQ( rpm( second ), 12350 );
+    EXPECT_EQ( rpmOf( second ), 12350 );
 
     board_.ctl( { "set", "psoc", "fan2.blocked", "1" } );
-    EXPECT_EQ( rpm( second ), 0 ); // what the tachometer says before the next poll
+    EXPECT_EQ( rpmOf( second ), 0 ); // what the tachometer says before the next poll
     board_.host.fireAll();
-    EXPECT_EQ( status( second ), PL_STATUS_FAULT );
+    EXPECT_EQ( rpmStatus( second ), PL_STATUS_FAULT );
     EXPECT_TRUE( board_.host.traced( 0, "Fan 1 stalled" ) );
-    EXPECT_EQ( rpm( third ), 12600 );
+    EXPECT_EQ( rpmOf( third ), 12600 );
 
     board_.ctl( { "set", "psoc", "fan2.blocked", "0" } );
-    EXPECT_EQ( status( second ), PL_STATUS_FAULT );
+    EXPECT_EQ( rpmStatus( second ), PL_STATUS_FAULT );
     board_.host.fireAll();
-    EXPECT_EQ( rpm( second ), 12350 );
+    EXPECT_EQ( rpmOf( second ), 12350 );
 }
 
 TEST_F( CoolingTest, SilentControllerLeavesTheLastAlerts ) {
@@ -102,13 +81,13 @@ TEST_F( CoolingTest, SilentControllerLeavesTheLastAlerts ) {
     board_.ctl( { "fault", "inject", "psoc", "nack" } );
     board_.host.fireAll();
     EXPECT_TRUE( board_.host.traced( 0, "Error status 6 reading fan stall alert register" ) );
-    EXPECT_EQ( status( second ), PL_STATUS_FAULT );
-    EXPECT_EQ( status( first ), PL_STATUS_FAILED );
+    EXPECT_EQ( rpmStatus( second ), PL_STATUS_FAULT );
+    EXPECT_EQ( rpmStatus( first ), PL_STATUS_FAILED );
     EXPECT_EQ( first->ops->set_rpm( first, 9000 ), PL_STATUS_FAILED );
 
     board_.ctl( { "fault", "clear" } );
     board_.host.fireAll();
-    EXPECT_EQ( rpm( second ), 12350 );
+    EXPECT_EQ( rpmOf( second ), 12350 );
 }
 
 TEST_F( CoolingTest, TemperaturesFollowTheFansALittle ) {
@@ -116,14 +95,14 @@ TEST_F( CoolingTest, TemperaturesFollowTheFansALittle ) {
     pl_temp_sensor *const inlet = board_.add<pl_temp_sensor>( "inlet" );
     pl_fan *const first = board_.add<pl_fan>( "fan1" );
     // 48 degrees above the ambient 25 with standing fans, half of that at full speed.
-    EXPECT_EQ( celsius( asic ), 61 );
-    EXPECT_EQ( celsius( inlet ), 27 ); // 26.5
+    EXPECT_EQ( celsiusOf( asic ), 61 );
+    EXPECT_EQ( celsiusOf( inlet ), 27 ); // 26.5
     first->ops->set_rpm( first, 2500 );
-    EXPECT_EQ( celsius( asic ), 71 ); // 25 + 48 * 0.95
+    EXPECT_EQ( celsiusOf( asic ), 71 ); // 25 + 48 * 0.95
     first->ops->set_rpm( first, 25000 );
-    EXPECT_EQ( celsius( asic ), 49 ); // 25 + 48 * 0.505
+    EXPECT_EQ( celsiusOf( asic ), 49 ); // 25 + 48 * 0.505
     board_.ctl( { "set", "psoc", "ambient", "40" } );
-    EXPECT_EQ( celsius( asic ), 64 );
+    EXPECT_EQ( celsiusOf( asic ), 64 );
 }
 
 TEST_F( CoolingTest, SwappedTrayHasTheOtherFieldData ) {
@@ -133,37 +112,37 @@ TEST_F( CoolingTest, SwappedTrayHasTheOtherFieldData ) {
         R"({ "airflow": "backToFrontAirflow", "maxRpm": 23000, "model": "FAN-7000" })";
     pl_slot *const tray = board_.add<pl_slot>( "tray3" );
     pl_slot *const other = board_.add<pl_slot>( "tray4" );
-    EXPECT_EQ( presence( tray ), frontToBack );
-    EXPECT_EQ( presence( tray ), frontToBack );
+    EXPECT_EQ( presenceOf( tray ), frontToBack );
+    EXPECT_EQ( presenceOf( tray ), frontToBack );
     EXPECT_TRUE( board_.host.traced( 5, "Using cached fdl for fan 2" ) );
 
     board_.ctl( { "unplug", "tray3-f2b" } );
-    EXPECT_EQ( presence( tray ), frontToBack ); // the expander's lines are cached for two seconds
+    EXPECT_EQ( presenceOf( tray ), frontToBack ); // the expander's lines are cached for two seconds
     EmulatedBoard::passTime( 3 );
-    presence( tray, PL_STATUS_NOT_PRESENT );
-    EXPECT_EQ( presence( other ), frontToBack );
+    presenceOf( tray, PL_STATUS_NOT_PRESENT );
+    EXPECT_EQ( presenceOf( other ), frontToBack );
 
     board_.ctl( { "plug", "tray3-b2f" } );
     EmulatedBoard::passTime( 3 );
-    EXPECT_EQ( presence( tray ), backToFront );
-    EXPECT_EQ( presence( other ), frontToBack );
+    EXPECT_EQ( presenceOf( tray ), backToFront );
+    EXPECT_EQ( presenceOf( other ), frontToBack );
 
     board_.ctl( { "unplug", "tray3-b2f" } );
     board_.ctl( { "plug", "tray3-f2b" } );
     EmulatedBoard::passTime( 3 );
-    EXPECT_EQ( presence( tray ), frontToBack );
+    EXPECT_EQ( presenceOf( tray ), frontToBack );
 }
 
 TEST_F( CoolingTest, FanOfAPulledTrayStalls ) {
     pl_fan *const fourth = board_.add<pl_fan>( "fan4" );
     board_.host.fireAll();
-    EXPECT_EQ( rpm( fourth ), 12450 );
+    EXPECT_EQ( rpmOf( fourth ), 12450 );
     board_.ctl( { "unplug", "tray4-f2b" } );
     board_.host.fireAll();
-    EXPECT_EQ( status( fourth ), PL_STATUS_FAULT );
+    EXPECT_EQ( rpmStatus( fourth ), PL_STATUS_FAULT );
     board_.ctl( { "plug", "tray4-b2f" } );
     board_.host.fireAll();
-    EXPECT_EQ( rpm( fourth ), 12450 );
+    EXPECT_EQ( rpmOf( fourth ), 12450 );
 }
 
 TEST_F( CoolingTest, LedsShowTheirSettings ) {

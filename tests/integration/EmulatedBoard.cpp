@@ -27,11 +27,23 @@ std::string compact( const rapidjson::Value &value ) {
     return buffer.GetString();
 }
 
+/** The library's form of a description: nested ones, which authors write as objects, are texts. */
+std::string descriptionText( const rapidjson::Value &authored ) {
+    rapidjson::Document description;
+    auto &allocator = description.GetAllocator();
+    description.CopyFrom( authored, allocator );
+    if ( const auto parts = description.FindMember( "multiDeviceArgs" );
+         parts != description.MemberEnd() )
+        for ( auto &part : parts->value.GetObject() )
+            part.value.SetString( compact( part.value ), allocator );
+    return compact( description );
+}
+
 } // namespace
 
 EmulatedBoard::EmulatedBoard( const std::string &name,
                               const std::function<void( std::string & )> &edit )
-    : service( edited( fileText( boards + name + "/hardware.json" ), edit ) ),
+    : service( edited( hardwareText( name ), edit ) ),
       topology_( fileText( boards + name + "/topology.json" ) ) {
     setenv( "PL_SMBUS_SOCKET", service.socket().c_str(), 1 );
     peripherals_.Parse( fileText( boards + name + "/peripherals.json" ) );
@@ -44,25 +56,37 @@ void *EmulatedBoard::addRecord( const std::string &name ) {
         if ( name != row[ "name" ].GetString() )
             continue;
         const std::string kind = row[ "kind" ].GetString();
-        if ( initialised_.insert( kind ).second &&
-             library.entry<pl_status( const char * )>( "pl_" + kind + "_init" )(
-                 topology_.c_str() ) != PL_STATUS_OK )
-            throw std::runtime_error( "pl_" + kind + "_init failed" );
+        initialise( kind );
         void *const symbol = library.symbol( "pl_" + kind + "_add" );
         if ( kind == "smbus" )
             return reinterpret_cast<decltype( pl_smbus_add ) *>( symbol )(
                 row[ "description" ][ "label" ].GetString(),
                 static_cast<unsigned char>( row[ "description" ][ "address" ].GetUint() ) );
-        // The library may keep pointing into the text for as long as the peripheral lives.
-        static std::deque<std::string> descriptions;
-        const char *const description =
-            descriptions.emplace_back( compact( row[ "description" ] ) ).c_str();
+        const char *const description = kept( descriptionText( row[ "description" ] ) );
         if ( kind == "temp_sensor" )
             return reinterpret_cast<decltype( pl_temp_sensor_add ) *>( symbol )(
                 description, row[ "alert" ].GetFloat(), row[ "critical" ].GetFloat() );
         return reinterpret_cast<void *( * )( const char * )>( symbol )( description );
     }
     throw std::runtime_error( "the board has no peripheral " + name );
+}
+
+pl_slot *EmulatedBoard::addSlot( const std::string &description ) {
+    initialise( "slot" );
+    return library.entry<pl_slot *( const char * )>( "pl_slot_add" )( kept( description ) );
+}
+
+void EmulatedBoard::initialise( const std::string &kind ) {
+    if ( initialised_.insert( kind ).second &&
+         library.entry<pl_status( const char * )>( "pl_" + kind + "_init" )( topology_.c_str() ) !=
+             PL_STATUS_OK )
+        throw std::runtime_error( "pl_" + kind + "_init failed" );
+}
+
+/** The library may keep pointing into the text for as long as the peripheral lives. */
+const char *EmulatedBoard::kept( const std::string &description ) {
+    static std::deque<std::string> descriptions;
+    return descriptions.emplace_back( description ).c_str();
 }
 
 std::string EmulatedBoard::ctl( const std::vector<std::string> &words ) const {
@@ -83,6 +107,14 @@ unsigned EmulatedBoard::peek( const std::string &chip, unsigned reg ) const {
 
 void EmulatedBoard::passTime( unsigned seconds ) {
     MovableClock::advance( seconds );
+}
+
+std::string hardwareText( const std::string &name ) {
+    const std::string image = "\"image\": \"";
+    std::string text = fileText( boards + name + "/hardware.json" );
+    for ( size_t at = 0; ( at = text.find( image, at ) ) != std::string::npos; )
+        text.insert( at += image.size(), boards + name + "/" );
+    return text;
 }
 
 void replaceIn( std::string &text, const std::string &from, const std::string &to ) {

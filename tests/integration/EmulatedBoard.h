@@ -35,6 +35,9 @@ class EmulatedBoard {
         return static_cast<Record *>( addRecord( name ) );
     }
 
+    /** Adds a slot that peripherals.json does not have; null on failure. */
+    pl_slot *addSlot( const std::string &description );
+
     /** Runs smbusctl with these words; it must succeed. @return what it printed */
     std::string ctl( const std::vector<std::string> &words ) const;
     /** A register of an emulated chip, looked at behind the bus's back. */
@@ -49,11 +52,16 @@ class EmulatedBoard {
 
   private:
     void *addRecord( const std::string &name );
+    void initialise( const std::string &kind );
+    static const char *kept( const std::string &description );
 
     std::string topology_;
     rapidjson::Document peripherals_;
     std::set<std::string> initialised_;
 };
+
+/** hardware.json of a board of boards/, for a service elsewhere: images by their whole paths. */
+std::string hardwareText( const std::string &name );
 
 /** Replaces the one place where @p text has @p from; throws when there is none. */
 void replaceIn( std::string &text, const std::string &from, const std::string &to );

@@ -6,37 +6,13 @@
 #include <gmock/gmock.h>
 #include <rapidjson/document.h>
 
-#include "tests/integration/EmulatedBoard.h"
-#include "tests/support/Process.h"
+#include "tests/integration/BoardProgram.h"
 
 namespace {
 
-const std::string board = ORVAN_SOURCE_DIR "/boards/mirelund-frontpanel";
-
-/** Each command is a run of its own; what it changes is kept by the emulated chips. */
-class FrontPanelProgram : public testing::Test {
+class FrontPanelProgram : public testing::Test, protected BoardProgram {
   protected:
-    test::Finished orvan( const std::vector<std::string> &words ) const {
-        std::vector<std::string> command = {
-            ORVAN_BIN_DIR "/orvan", "--board",     board, "--socket",
-            service_.socket(),      "--skip-waits" };
-        command.insert( command.end(), words.begin(), words.end() );
-        return test::runProgram( command );
-    }
-    /** What a command prints that must succeed. */
-    std::string printed( const std::vector<std::string> &words ) const {
-        const test::Finished finished = orvan( words );
-        EXPECT_EQ( finished.exitCode, 0 ) << finished.errors;
-        return finished.output;
-    }
-    void ctl( const std::vector<std::string> &words ) const {
-        std::vector<std::string> command = { ORVAN_BIN_DIR "/smbusctl", "--control",
-                                             service_.control() };
-        command.insert( command.end(), words.begin(), words.end() );
-        EXPECT_EQ( test::runProgram( command ).exitCode, 0 );
-    }
-
-    test::SmbusdProcess service_{ fileText( board + "/hardware.json" ) };
+    FrontPanelProgram() : BoardProgram( "mirelund-frontpanel" ) {}
 };
 
 TEST_F( FrontPanelProgram, AnSfpCageIsShownAndSet ) {

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <memory>
 
 #pragma weak pl_trace
 #pragma weak pl_timer_add
@@ -112,12 +113,12 @@ Ops *shortened( Ops &table ) {
     return &table;
 }
 
-/** A new record with @p table; tests are too short to care that it is never freed. */
+/** A new record with @p table, which is there as long as this library is. */
 template <typename Record, typename Ops>
 Record *record( Ops &table, uint32_t id ) {
-    static std::vector<Record *> kept;
-    auto *made = new Record{};
-    kept.push_back( made );
+    static std::vector<std::unique_ptr<Record>> kept;
+    kept.push_back( std::make_unique<Record>() );
+    Record *made = kept.back().get();
     made->id = id;
     made->ops = shortened( table );
     return made;

@@ -21,6 +21,47 @@ const char *const units = R"(, "powerCycleMs": 250, "units": [ { "name": "supply
       { "chip": "lines", "input": "p00", "plugged": 0, "unplugged": 1 },
       { "chip": "lines", "input": "p10", "plugged": 1, "unplugged": 0 } ] } ])";
 
+/** Two supplies for one place, and the line that tells of its power. */
+const char *const supplies = R"(
+    { "name": "lines", "type": "pca9555", "address": "0x20" },
+    { "name": "one", "type": "pmbus", "address": "0x58", "model": "M", "serial": "1" },
+    { "name": "other", "type": "pmbus", "address": "0x58", "plugged": false,
+      "model": "M", "serial": "2" })";
+const char *const connection = R"(, "connections": [ { "from": [ "one", "other" ],
+    "output": "powergood", "to": "lines", "input": "p00", "unplugged": 0 } ])";
+
+TEST( BoardConnections, InputFollowsTheOutputOfWhicheverChipIsThere ) {
+    TestBoard test( TestBoard::withChips( supplies, connection ) );
+    const auto level = [ &test ] {
+        const std::string data = test.data( TransactionBuilder().read( testBus.at( 0x20 ), 0, 1 ) );
+        return data[ 0 ] & 1;
+    };
+    EXPECT_EQ( level(), 1 );
+    test.chip( "one" ).setInput( "vin", 0 );
+    EXPECT_EQ( level(), 0 );
+    test.chip( "one" ).setInput( "vin", 230 );
+    EXPECT_EQ( level(), 1 );
+    test.chip( "one" ).plug( false );
+    EXPECT_EQ( level(), 0 ) << "nobody drives it";
+    test.chip( "other" ).plug( true );
+    EXPECT_EQ( level(), 1 );
+    // Off by the bus, which the line tells of at once.
+    test.run( TransactionBuilder().write( testBus.at( 0x58 ), 0x01, bytes( 0 ) ) );
+    EXPECT_EQ( level(), 0 );
+}
+
+TEST( BoardConnections, WhatAPersonSetsStaysUntilTheOutputChanges ) {
+    TestBoard test( TestBoard::withChips( supplies, connection ) );
+    test.chip( "lines" ).setInput( "p00", 0 );
+    test.board.updateConnections();
+    EXPECT_EQ( test.number( "lines", 0 ), 0xFEu );
+    test.chip( "one" ).setInput( "vin", 0 );
+    test.board.updateConnections();
+    test.chip( "one" ).setInput( "vin", 230 );
+    test.board.updateConnections();
+    EXPECT_EQ( test.number( "lines", 0 ), 0xFFu );
+}
+
 class Board : public testing::Test {
   protected:
     TestBoard test{ TestBoard::withChips( chips, units ) };

@@ -51,7 +51,7 @@ TEST( HardwareConfig, RefusesWrongBuses ) {
     EXPECT_EQ( messageOf( "[]" ), "hardware.json: /: []: expected an object" );
     EXPECT_EQ( messageOf( R"({ "busses": [] })" ),
                "hardware.json: /busses: []: expected no such key here, only name, description, "
-               "powerCycleMs, buses, units, faults" );
+               "powerCycleMs, buses, units, connections, faults" );
     EXPECT_EQ( busMessage( R"({ "name": "a", "master": "PCI", "bus": 1, "chips": [] })" ),
                "hardware.json: /buses/0/master: \"PCI\": expected one of Simulated, I2C, SCD, "
                "IOPort, Celestica, PLM, SccSpi" );
@@ -85,7 +85,7 @@ TEST( HardwareConfig, RefusesWrongChips ) {
                "hardware.json: /buses/0/chips/0: 1: expected a chip: an object" );
     EXPECT_EQ( chipMessage( R"({ "name": "x", "type": "pca9556", "address": 32 })" ),
                "hardware.json: /buses/0/chips/0/type: \"pca9556\": expected one of commands, "
-               "eeprom, pca9548, pca9555, pca9698, pmbus, psoc, registers, xcvr-cpld" );
+               "eeprom, led-cpld, pca9548, pca9555, pca9698, pmbus, psoc, registers, xcvr-cpld" );
     EXPECT_EQ( chipMessage( R"({ "name": "x", "type": "pca9555", "address": "0x80" })" ),
                "hardware.json: /buses/0/chips/0/address: \"0x80\": expected a whole number from 0 "
                "to 127 (or as text: \"0x7F\")" );
@@ -150,6 +150,31 @@ TEST( HardwareConfig, RefusesWrongUnits ) {
                    { "chip": "e", "input": "q", "plugged": 0, "unplugged": 1 } ] } ])" )
                    .substr( 0, 76 ),
                "hardware.json: /units/0/inputs/0/input: \"q\": expected an input of the chip (" );
+}
+
+const std::string expanderAndSupply =
+    std::string( expander ) + R"(, { "name": "psu", "type": "pmbus", "address": "0x58",
+                       "model": "M", "serial": "S" })";
+
+TEST( HardwareConfig, RefusesWrongConnections ) {
+    const auto message = [ & ]( const std::string &connection ) {
+        return chipMessage( expanderAndSupply, R"(, "connections": [ { )" + connection + " } ]" );
+    };
+    const std::string place = "hardware.json: /connections/0/";
+    EXPECT_EQ(
+        message( R"("from": [ "psu", "x" ], "output": "powergood", "to": "e", "input": "p00")" ),
+        place + "from/1: \"x\": expected the name of a chip" );
+    EXPECT_EQ( message( R"("from": [ "psu" ], "output": "smoke", "to": "e", "input": "p00")" ),
+               place + "output: \"smoke\": expected an output of the chip (pmbus \"psu\" has no "
+                       "output \"smoke\"; it has powergood, powerbad, acgood)" );
+    EXPECT_EQ( message( R"("from": [ "e" ], "output": "p00", "to": "e", "input": "p00")" ),
+               place + "output: \"p00\": expected an output of the chip (pca9555 \"e\" has no "
+                       "output \"p00\"; it has none)" );
+    EXPECT_EQ( message( R"("from": [ "psu" ], "output": "powergood", "to": "y", "input": "p00")" ),
+               place + "to: \"y\": expected the name of a chip" );
+    EXPECT_EQ( message( R"("from": [ "psu" ], "output": "powergood", "to": "e", "input": "q")" )
+                   .substr( 0, place.size() + 43 ),
+               place + "input: \"q\": expected an input of the chip (" );
 }
 
 TEST( HardwareConfig, ReadsFaults ) {

@@ -3,23 +3,16 @@
 #include <cassert>
 
 #include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/Drivers/Pca9555Registers.h"
 #include "OrvanGeneric/HostServices.h"
 
 namespace Drivers {
 
+using namespace Pca9555;
+
 namespace {
 
-constexpr int banks = 2;
 constexpr unsigned int cacheTimeout = 2; // seconds
-
-enum Register : uint8_t {
-    inputPort0 = 0,
-    inputPort1 = 1,
-    outputPort0 = 2,
-    outputPort1 = 3,
-    configuration0 = 6,
-    configuration1 = 7,
-};
 
 /** All pins of bank 0 are inputs, those of bank 1 outputs. */
 constexpr uint8_t directions[ banks ] = { 0xFF, 0x00 };

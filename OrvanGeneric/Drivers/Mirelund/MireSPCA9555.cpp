@@ -3,16 +3,15 @@
 #include <cassert>
 
 #include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/Drivers/Pca9555Registers.h"
 
 namespace Drivers {
 
+using namespace Pca9555;
+
 namespace {
 
-constexpr uint8_t banks = 2;
 constexpr uint8_t cacheTimeout = 2; // s
-
-/** The PCA9555's registers of bank 0. */
-enum Register { inputPort0 = 0, outputPort0 = 2, configuration0 = 6 };
 
 /** The failure traces name the port's nibble, not the line. */
 constexpr XcvrExpanderFamily family = {
@@ -28,9 +27,8 @@ constexpr XcvrExpanderFamily family = {
  * the inputs show.
  */
 const Utils::ExpectedValues simulatedRegisters = {
-    { inputPort0, { 0x37, 1 } },     { inputPort0 + 1, { 0x73, 1 } },
-    { outputPort0, { 0x37, 1 } },    { outputPort0 + 1, { 0x73, 1 } },
-    { configuration0, { 0x66, 1 } }, { configuration0 + 1, { 0x66, 1 } },
+    { inputPort0, { 0x37, 1 } },  { inputPort1, { 0x73, 1 } },     { outputPort0, { 0x37, 1 } },
+    { outputPort1, { 0x73, 1 } }, { configuration0, { 0x66, 1 } }, { configuration1, { 0x66, 1 } },
 };
 
 } // namespace

@@ -4,23 +4,16 @@
 #include <cstring>
 
 #include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/Drivers/Pca9555Registers.h"
 #include "OrvanGeneric/HostServices.h"
 
 namespace Drivers {
 
+using namespace Pca9555;
+
 namespace {
 
-constexpr int banks = 2;
 constexpr unsigned int cacheTimeout = 2; // seconds
-
-enum Register : uint8_t {
-    inputPort0 = 0,
-    inputPort1 = 1,
-    outputPort0 = 2,
-    outputPort1 = 3,
-    configuration0 = 6,
-    configuration1 = 7,
-};
 
 /** The first fan's pins; those of the other fans follow. */
 enum Pin : uint8_t { firstPresencePin = 4, firstAirflowPin = 8, firstLedPin = 12 };

@@ -44,7 +44,8 @@ void pl_timer_delete( uint32_t timer );
  * Calls @p callback with @p context and the poll(2) events whenever @p fd has any.
  * @return the watcher's handle, 0 when none could be made.
  */
-uint32_t pl_fd_watcher_add( int fd, void ( *callback )( void *context, int events ), void *context );
+uint32_t pl_fd_watcher_add( int fd, void ( *callback )( void *context, int events ),
+                            void *context );
 
 /** Forgets @p watcher. The descriptor stays open. */
 void pl_fd_watcher_delete( uint32_t watcher );

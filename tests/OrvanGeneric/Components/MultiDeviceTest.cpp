@@ -114,7 +114,7 @@ class MultiDeviceTest : public testing::Test {
 
 TEST_F( MultiDeviceTest, CreationHandsTheDescriptionsToTheDriverAndCachesIt ) {
     std::map<std::string, std::string> seen;
-    composed_.onInit = [ & ]( MultiDevice &device ) { seen = device.deviceDriverArgs(); };
+    composed_.onInit = [ & ]( MultiDevice &device ) { seen = device.deviceDriverArgs; };
     DeviceBase *device = MultiDevice::create( composed( { { "a", "A" }, { "b", "B" } } ) );
     ASSERT_NE( device, nullptr );
     EXPECT_EQ( seen, ( std::map<std::string, std::string>{ { "a", "A" }, { "b", "B" } } ) );
@@ -138,7 +138,7 @@ TEST_F( MultiDeviceTest, ASecondCreationGivesTheSameInstanceAsItIs ) {
     host_.traces.clear();
     EXPECT_EQ( MultiDevice::create( composed( { { "b", "B" } } ) ), device );
     EXPECT_EQ( composed_.created, 1 );
-    EXPECT_EQ( static_cast<MultiDevice *>( device )->deviceDriverArgs(),
+    EXPECT_EQ( static_cast<MultiDevice *>( device )->deviceDriverArgs,
                ( std::map<std::string, std::string>{ { "a", "A" } } ) );
     EXPECT_EQ( host_.traces,
                ( Traces{ { 0, "looking for already existing device 7" },
@@ -184,14 +184,14 @@ TEST_F( MultiDeviceTest, ADriverOfASingleDeviceCannotServe ) {
 TEST_F( MultiDeviceTest, DescriptionsAreReplacedWhole ) {
     device_.deviceDriverArgsIs( { { "a", "A" } } );
     device_.deviceDriverArgsIs( { { "b", "B" } } );
-    EXPECT_EQ( device_.deviceDriverArgs(), ( std::map<std::string, std::string>{ { "b", "B" } } ) );
+    EXPECT_EQ( device_.deviceDriverArgs, ( std::map<std::string, std::string>{ { "b", "B" } } ) );
 }
 
 TEST_F( MultiDeviceTest, ADescriptionIsFoundByItsKey ) {
     device_.deviceDriverArgsIs( { { "psu", "text" } } );
     const char *text = device_.getDeviceDriverArg( "psu" );
     EXPECT_STREQ( text, "text" );
-    EXPECT_EQ( text, device_.deviceDriverArgs().at( "psu" ).c_str() );
+    EXPECT_EQ( text, device_.deviceDriverArgs.at( "psu" ).c_str() );
     EXPECT_TRUE( host_.traces.empty() );
 }
 
@@ -205,13 +205,13 @@ TEST_F( MultiDeviceTest, AddSlotBringsThePartUpAndKeepsItsRecord ) {
     parts_.newSlot = [ & ]( const Args & ) { return &slot_; };
     device_.deviceDriverArgsIs( { { "part", part_ } } );
     EXPECT_EQ( device_.addSlot( "part" ), slot_.record() );
-    EXPECT_EQ( device_.slots(), std::vector{ slot_.record() } );
+    EXPECT_EQ( device_.slots, std::vector{ slot_.record() } );
     EXPECT_EQ( host_.traces, scriptedCreation( part_ ) );
 }
 
 TEST_F( MultiDeviceTest, AddSlotOfAMissingRoleKeepsNothing ) {
     EXPECT_EQ( device_.addSlot( "part" ), nullptr );
-    EXPECT_THAT( device_.slots(), IsEmpty() );
+    EXPECT_THAT( device_.slots, IsEmpty() );
     EXPECT_EQ( host_.traces,
                ( Traces{ { 0, "Failed to find driverArgs for driver key 'part'" } } ) );
 }
@@ -219,20 +219,20 @@ TEST_F( MultiDeviceTest, AddSlotOfAMissingRoleKeepsNothing ) {
 TEST_F( MultiDeviceTest, AddSlotOfAPartThatFailsKeepsANullRecord ) {
     device_.deviceDriverArgsIs( { { "part", broken_ } } );
     EXPECT_EQ( device_.addSlot( "part" ), nullptr );
-    EXPECT_EQ( device_.slots(), std::vector<pl_slot *>{ nullptr } );
+    EXPECT_EQ( device_.slots, std::vector<pl_slot *>{ nullptr } );
 }
 
 TEST_F( MultiDeviceTest, AddLedBringsThePartUpAndKeepsItsRecord ) {
     parts_.newLed = [ & ]( const Args & ) { return &led_; };
     device_.deviceDriverArgsIs( { { "part", part_ } } );
     EXPECT_EQ( device_.addLed( "part" ), led_.record() );
-    EXPECT_EQ( device_.leds(), std::vector{ led_.record() } );
+    EXPECT_EQ( device_.leds, std::vector{ led_.record() } );
     EXPECT_EQ( host_.traces, scriptedCreation( part_ ) );
 }
 
 TEST_F( MultiDeviceTest, AddLedOfAMissingRoleKeepsNothing ) {
     EXPECT_EQ( device_.addLed( "part" ), nullptr );
-    EXPECT_THAT( device_.leds(), IsEmpty() );
+    EXPECT_THAT( device_.leds, IsEmpty() );
     EXPECT_EQ( host_.traces,
                ( Traces{ { 0, "Failed to find driverArgs for driver key 'part'" } } ) );
 }
@@ -240,20 +240,20 @@ TEST_F( MultiDeviceTest, AddLedOfAMissingRoleKeepsNothing ) {
 TEST_F( MultiDeviceTest, AddLedOfAPartThatFailsKeepsANullRecord ) {
     device_.deviceDriverArgsIs( { { "part", broken_ } } );
     EXPECT_EQ( device_.addLed( "part" ), nullptr );
-    EXPECT_EQ( device_.leds(), std::vector<pl_led *>{ nullptr } );
+    EXPECT_EQ( device_.leds, std::vector<pl_led *>{ nullptr } );
 }
 
 TEST_F( MultiDeviceTest, AddPsuBringsThePartUpAndKeepsItsRecord ) {
     parts_.newPsu = [ & ]( const Args & ) { return &psu_; };
     device_.deviceDriverArgsIs( { { "part", part_ } } );
     EXPECT_EQ( device_.addPsu( "part" ), psu_.record() );
-    EXPECT_EQ( device_.psus(), std::vector{ psu_.record() } );
+    EXPECT_EQ( device_.psus, std::vector{ psu_.record() } );
     EXPECT_EQ( host_.traces, scriptedCreation( part_ ) );
 }
 
 TEST_F( MultiDeviceTest, AddPsuOfAMissingRoleKeepsNothing ) {
     EXPECT_EQ( device_.addPsu( "part" ), nullptr );
-    EXPECT_THAT( device_.psus(), IsEmpty() );
+    EXPECT_THAT( device_.psus, IsEmpty() );
     EXPECT_EQ( host_.traces,
                ( Traces{ { 0, "Failed to find driverArgs for driver key 'part'" } } ) );
 }
@@ -261,14 +261,14 @@ TEST_F( MultiDeviceTest, AddPsuOfAMissingRoleKeepsNothing ) {
 TEST_F( MultiDeviceTest, AddPsuOfAPartThatFailsKeepsANullRecord ) {
     device_.deviceDriverArgsIs( { { "part", broken_ } } );
     EXPECT_EQ( device_.addPsu( "part" ), nullptr );
-    EXPECT_EQ( device_.psus(), std::vector<pl_psu *>{ nullptr } );
+    EXPECT_EQ( device_.psus, std::vector<pl_psu *>{ nullptr } );
 }
 
 TEST_F( MultiDeviceTest, AddFanBringsThePartUpAndKeepsItsRecord ) {
     parts_.newFan = [ & ]( const Args & ) { return &fan_; };
     device_.deviceDriverArgsIs( { { "part", part_ } } );
     EXPECT_EQ( device_.addFan( "part" ), fan_.record() );
-    EXPECT_EQ( device_.fans(), std::vector{ fan_.record() } );
+    EXPECT_EQ( device_.fans, std::vector{ fan_.record() } );
     Traces expected = { { 6, "MultiDevice::addFan driver args = " + part_ } };
     for ( const Trace &trace : scriptedCreation( part_ ) )
         expected.push_back( trace );
@@ -277,7 +277,7 @@ TEST_F( MultiDeviceTest, AddFanBringsThePartUpAndKeepsItsRecord ) {
 
 TEST_F( MultiDeviceTest, AddFanOfAMissingRoleKeepsNothing ) {
     EXPECT_EQ( device_.addFan( "part" ), nullptr );
-    EXPECT_THAT( device_.fans(), IsEmpty() );
+    EXPECT_THAT( device_.fans, IsEmpty() );
     EXPECT_EQ( host_.traces,
                ( Traces{ { 0, "Failed to find driverArgs for driver key 'part'" } } ) );
 }
@@ -285,14 +285,14 @@ TEST_F( MultiDeviceTest, AddFanOfAMissingRoleKeepsNothing ) {
 TEST_F( MultiDeviceTest, AddFanOfAPartThatFailsKeepsANullRecord ) {
     device_.deviceDriverArgsIs( { { "part", broken_ } } );
     EXPECT_EQ( device_.addFan( "part" ), nullptr );
-    EXPECT_EQ( device_.fans(), std::vector<pl_fan *>{ nullptr } );
+    EXPECT_EQ( device_.fans, std::vector<pl_fan *>{ nullptr } );
 }
 
 TEST_F( MultiDeviceTest, AddXcvrBringsThePartUpAndKeepsItsRecord ) {
     parts_.newSfpXcvr = [ & ]( unsigned, const Args & ) { return &xcvr_; };
     device_.deviceDriverArgsIs( { { "part", part_ } } );
     EXPECT_EQ( device_.addXcvr( "part" ), xcvr_.record() );
-    EXPECT_EQ( device_.xcvrs(), std::vector{ xcvr_.record() } );
+    EXPECT_EQ( device_.xcvrs, std::vector{ xcvr_.record() } );
     Traces expected = { { 6, "MultiDevice::addXcvr driver args = " + part_ } };
     for ( const Trace &trace : scriptedCreation( part_ ) )
         expected.push_back( trace );
@@ -301,7 +301,7 @@ TEST_F( MultiDeviceTest, AddXcvrBringsThePartUpAndKeepsItsRecord ) {
 
 TEST_F( MultiDeviceTest, AddXcvrOfAMissingRoleKeepsNothing ) {
     EXPECT_EQ( device_.addXcvr( "part" ), nullptr );
-    EXPECT_THAT( device_.xcvrs(), IsEmpty() );
+    EXPECT_THAT( device_.xcvrs, IsEmpty() );
     EXPECT_EQ( host_.traces,
                ( Traces{ { 0, "Failed to find driverArgs for driver key 'part'" } } ) );
 }
@@ -309,14 +309,14 @@ TEST_F( MultiDeviceTest, AddXcvrOfAMissingRoleKeepsNothing ) {
 TEST_F( MultiDeviceTest, AddXcvrOfAPartThatFailsKeepsANullRecord ) {
     device_.deviceDriverArgsIs( { { "part", broken_ } } );
     EXPECT_EQ( device_.addXcvr( "part" ), nullptr );
-    EXPECT_EQ( device_.xcvrs(), std::vector<pl_xcvr *>{ nullptr } );
+    EXPECT_EQ( device_.xcvrs, std::vector<pl_xcvr *>{ nullptr } );
 }
 
 TEST_F( MultiDeviceTest, AddGpioBringsThePartUpAndKeepsItsRecord ) {
     parts_.newGpio = [ & ]( const Args & ) { return &gpio_; };
     device_.deviceDriverArgsIs( { { "part", part_ } } );
     EXPECT_EQ( device_.addGpio( "part" ), gpio_.record() );
-    EXPECT_EQ( device_.gpios(), std::vector{ gpio_.record() } );
+    EXPECT_EQ( device_.gpios, std::vector{ gpio_.record() } );
     Traces expected = { { 6, "MultiDevice::addGpio driver args = " + part_ } };
     for ( const Trace &trace : scriptedCreation( part_ ) )
         expected.push_back( trace );
@@ -325,7 +325,7 @@ TEST_F( MultiDeviceTest, AddGpioBringsThePartUpAndKeepsItsRecord ) {
 
 TEST_F( MultiDeviceTest, AddGpioOfAMissingRoleKeepsNothing ) {
     EXPECT_EQ( device_.addGpio( "part" ), nullptr );
-    EXPECT_THAT( device_.gpios(), IsEmpty() );
+    EXPECT_THAT( device_.gpios, IsEmpty() );
     EXPECT_EQ( host_.traces,
                ( Traces{ { 0, "Failed to find driverArgs for driver key 'part'" } } ) );
 }
@@ -333,7 +333,7 @@ TEST_F( MultiDeviceTest, AddGpioOfAMissingRoleKeepsNothing ) {
 TEST_F( MultiDeviceTest, AddGpioOfAPartThatFailsKeepsANullRecord ) {
     device_.deviceDriverArgsIs( { { "part", broken_ } } );
     EXPECT_EQ( device_.addGpio( "part" ), nullptr );
-    EXPECT_EQ( device_.gpios(), std::vector<pl_gpio *>{ nullptr } );
+    EXPECT_EQ( device_.gpios, std::vector<pl_gpio *>{ nullptr } );
 }
 
 TEST_F( MultiDeviceTest, EachKindHasASequenceOfItsOwn ) {
@@ -343,12 +343,12 @@ TEST_F( MultiDeviceTest, EachKindHasASequenceOfItsOwn ) {
     device_.addFan( "fan" );
     device_.addLed( "led" );
     device_.addFan( "fan" );
-    EXPECT_EQ( device_.fans(), ( std::vector{ fan_.record(), fan_.record() } ) );
-    EXPECT_EQ( device_.leds(), std::vector{ led_.record() } );
-    EXPECT_THAT( device_.slots(), IsEmpty() );
-    EXPECT_THAT( device_.psus(), IsEmpty() );
-    EXPECT_THAT( device_.xcvrs(), IsEmpty() );
-    EXPECT_THAT( device_.gpios(), IsEmpty() );
+    EXPECT_EQ( device_.fans, ( std::vector{ fan_.record(), fan_.record() } ) );
+    EXPECT_EQ( device_.leds, std::vector{ led_.record() } );
+    EXPECT_THAT( device_.slots, IsEmpty() );
+    EXPECT_THAT( device_.psus, IsEmpty() );
+    EXPECT_THAT( device_.xcvrs, IsEmpty() );
+    EXPECT_THAT( device_.gpios, IsEmpty() );
 }
 
 TEST_F( MultiDeviceTest, PartsWithTheSameIdentityShareADriver ) {
@@ -367,7 +367,7 @@ TEST_F( MultiDeviceTest, InitialisationMayAddTheParts ) {
     composed_.onInit = []( MultiDevice &device ) { device.addPsu( "psu" ); };
     auto *device =
         static_cast<MultiDevice *>( MultiDevice::create( composed( { { "psu", part_ } } ) ) );
-    EXPECT_EQ( device->psus(), std::vector{ psu_.record() } );
+    EXPECT_EQ( device->psus, std::vector{ psu_.record() } );
     EXPECT_EQ( DeviceBase::devices.size(), 2u );
 }
 

@@ -1,3 +1,5 @@
+#include <memory>
+
 #include <gtest/gtest.h>
 
 #include <pl/smbus.h>
@@ -99,8 +101,9 @@ TEST_F( SmbusProxyAddTest, AFailedCreationForALabelGivesNull ) {
 }
 
 TEST_F( SmbusProxyAddTest, ADeviceMadeByAnotherDriverKeepsItAndThrows ) {
-    Component::DeviceBase::devices[ 10 ] =
-        Drivers::drivers.at( "Dummy" )( Drivers::DriverArgs(), nullptr );
+    const std::unique_ptr<Component::DeviceBase> dummy(
+        Drivers::drivers.at( "Dummy" )( Drivers::DriverArgs(), nullptr ) );
+    Component::DeviceBase::devices[ 10 ] = dummy.get();
     EXPECT_THROW( pl_smbus_add( "PSU1", 0x58 ), Component::NotImplementedException );
 }
 
@@ -110,8 +113,8 @@ TEST_F( SmbusProxyAddTest, ADriverThatMakesNoEndpointGivesNull ) {
         newSmbusProxy( const Drivers::DriverArgs & ) override {
             return nullptr;
         }
-    };
-    Component::DeviceBase::devices[ 14 ] = new Refusing();
+    } refusing;
+    Component::DeviceBase::devices[ 14 ] = &refusing;
     EXPECT_EQ( pl_smbus_add( describedProxy, 0 ), nullptr );
     EXPECT_TRUE( traced( 0, "newSmbusProxy() failed" ) );
 }

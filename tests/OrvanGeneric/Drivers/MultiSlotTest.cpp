@@ -108,8 +108,8 @@ TEST_F( MultiSlotTest, ThePartsDescriptionsAreAsTheyWereAfterwards ) {
     const auto *bay =
         dynamic_cast<Component::MultiDevice *>( Component::DeviceBase::devices.at( 1 ) );
     ASSERT_NE( bay, nullptr );
-    EXPECT_EQ( bay->deviceDriverArgs().at( "a-tlv" ).find( "psuId" ), std::string::npos );
-    EXPECT_EQ( bay->slots().size(), 2u );
+    EXPECT_EQ( bay->deviceDriverArgs.at( "a-tlv" ).find( "psuId" ), std::string::npos );
+    EXPECT_EQ( bay->slots.size(), 2u );
 }
 
 TEST_F( MultiSlotTest, TheFirstPartThatAnswersIsRememberedAndAskedAloneNextTime ) {

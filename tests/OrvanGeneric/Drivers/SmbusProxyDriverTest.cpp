@@ -1,6 +1,7 @@
 #include "OrvanGeneric/Drivers/SmbusProxyDriver.h"
 
 #include <cstring>
+#include <memory>
 
 #include <gtest/gtest.h>
 
@@ -19,15 +20,24 @@ class SmbusProxyDriverTest : public testing::Test {
   protected:
     SmbusProxyDriverTest() {
         args_.driverArgs = { { "localReadDelayMs", "5" }, { "localWriteDelayMs", "7" } };
-        driver_ = Drivers::SmbusProxyDriver::create( args_, &ham_ );
+        driver_.reset( Drivers::SmbusProxyDriver::create( args_, &ham_ ) );
         driver_->hamIs( &ham_ );
-        proxy_ = driver_->newSmbusProxy( args_ )->record();
+        endpoint_ = endpoint( args_ );
+        proxy_ = endpoint_->record();
+    }
+
+    using Endpoint = Drivers::SmbusProxyDriver::SmbusProxy;
+
+    std::unique_ptr<Endpoint> endpoint( const Drivers::DriverArgs &args ) {
+        return std::unique_ptr<Endpoint>(
+            static_cast<Endpoint *>( driver_->newSmbusProxy( args ) ) );
     }
 
     FakeTime time_;
     Drivers::DriverArgs args_;
     ScriptedHam ham_;
-    Component::HardwareDevice *driver_;
+    std::unique_ptr<Component::HardwareDevice> driver_;
+    std::unique_ptr<Endpoint> endpoint_;
     pl_smbus *proxy_;
 };
 
@@ -47,7 +57,8 @@ TEST_F( SmbusProxyDriverTest, DelaysAreTracedInMicroseconds ) {
 
 TEST_F( SmbusProxyDriverTest, WithoutDelayArgumentsNothingPauses ) {
     FakeHost::instance().traces.clear();
-    pl_smbus *proxy = driver_->newSmbusProxy( Drivers::DriverArgs() )->record();
+    endpoint_ = endpoint( Drivers::DriverArgs() );
+    pl_smbus *proxy = endpoint_->record();
     EXPECT_EQ( FakeHost::instance().traces,
                ( Traces{ { 0, "setting read delay of 0 useconds\n" },
                          { 0, "setting write delay of 0 useconds\n" } } ) );

@@ -136,18 +136,24 @@ TEST_F( TlvReaderTest, OtherHeadersAbort ) {
     }
 }
 
-TEST_F( TlvReaderTest, UnreadableFieldAborts ) {
+TEST_F( TlvReaderTest, UnreadableTypeAndLengthAbort ) {
     const auto failure = assertionFailure( file, "res == PL_STATUS_OK" );
     ham.image = image( model + serial );
     ham.statuses = { 0, 6 };
     EXPECT_DEATH( read(), failure );
-    ham.statuses = { 0, 0, 4 };
-    EXPECT_DEATH( read(), failure );
     ham.statuses.clear();
     ham.readableEnd = 12; // half a type and length
     EXPECT_DEATH( read(), failure );
-    ham.readableEnd = 15; // half a model
-    EXPECT_DEATH( read(), failure );
+}
+
+TEST_F( TlvReaderTest, UnreadableValueLeavesTheSupplyUnidentified ) {
+    ham.image = image( model + serial );
+    ham.statuses = { 0, 0, 4 }; // header, type and length, then the model
+    EXPECT_EQ( read(), PL_STATUS_NOT_PRESENT );
+    ham.image = image( serial + model );
+    ham.statuses.clear();
+    ham.readableEnd = ham.image.size() - 1; // all but the model's last character
+    EXPECT_EQ( read(), PL_STATUS_NOT_PRESENT );
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 
 #include "OrvanGeneric/Drivers/Drivers.h"
 #include "OrvanGeneric/Utils.h"
+#include "tests/support/AllocationCounter.h"
 #include "tests/support/FakeHost.h"
 
 namespace {
@@ -292,6 +293,27 @@ TEST( IpmitoolHam, RunsTheCommandForReal ) {
     int rpm = 0;
     EXPECT_EQ( ham->getSensorVal( "fan1", &rpm ), 0 );
     EXPECT_EQ( rpm, 5280 );
+}
+
+TEST_F( IpmitoolHamTest, LookupsOfAFreshListDoNotAllocate ) {
+    answers_[ listCommand ].output += "psu1_current_out,20,Amps,ok\n";
+    const std::string name = "PSU1_Current_Out";
+    float amperes = 0;
+    std::string text;
+    EXPECT_EQ( ham_.getSensorVal( name, &amperes ), 0 );
+    int status;
+    size_t allocations;
+    {
+        const support::AllocationCounter counter;
+        status = ham_.getSensorVal( name, &amperes );
+        status += ham_.getSensorVal( name, &text );
+        allocations = counter.count();
+    }
+    EXPECT_EQ( status, 0 );
+    EXPECT_EQ( amperes, 20 );
+    EXPECT_EQ( text, "20" );
+    EXPECT_EQ( allocations, 0u );
+    EXPECT_EQ( commands_.size(), 1u );
 }
 
 } // namespace

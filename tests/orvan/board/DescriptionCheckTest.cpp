@@ -202,17 +202,36 @@ TEST_F( DescriptionCheckTest, EachIdentificationHasItsKeys ) {
     const auto slot = [ this ]( const std::string &type ) {
         return check( "slot", "PsuSlot", R"({"psuId":1,"identificationType":")" + type + R"("})" );
     };
-    for ( const char *type : { "pmbus", "ipmi", "wedge", "tlv" } ) {
+    for ( const char *type : { "pmbus", "wedge", "tlv" } ) {
         EXPECT_EQ( slot( type ), "" ) << type;
     }
-    EXPECT_EQ( slot( "ipmitool" ),
-               argument( "ipmiId", "expected a text that is not empty (the key is missing)" ) );
+    for ( const char *type : { "ipmi", "ipmitool" } ) {
+        EXPECT_EQ( slot( type ),
+                   argument( "ipmiId", "expected a text that is not empty (the key is missing)" ) )
+            << type;
+    }
     EXPECT_THAT( slot( "ipmitool_raw" ), HasSubstr( "driverArgs/ipmiRawModel" ) );
     EXPECT_THAT( slot( "ipmitool_raw" ), HasSubstr( "driverArgs/ipmiRawSerialNumber" ) );
     EXPECT_EQ( slot( "magic" ),
                argument( "identificationType",
                          "\"magic\"; expected one of \"pmbus\", \"ipmi\", \"ipmitool\", "
                          "\"ipmitool_raw\", \"wedge\", \"tlv\"" ) );
+}
+
+TEST_F( DescriptionCheckTest, TheBmcsToolHasLimits ) {
+    const auto fan = [ this ]( const std::string &args ) {
+        return check( "fan", "Ipmi", R"({"ipmiKey":"F","fanId":1,"maxRpm":9000,)" + args + "}" );
+    };
+    EXPECT_EQ( fan( R"("hamType":"ipmitool")" ), "" );
+    EXPECT_EQ( fan( R"("hamType":"ipmitool","ipmiCommand":"ipmitool -H bmc","ipmiTimeout":1,)"
+                    R"("ipmiCacheAge":0,"ipmiBackOff":0)" ),
+               "" );
+    EXPECT_EQ( fan( R"("hamType":"freeipmi")" ),
+               argument( "hamType", R"("freeipmi"; expected one of "ipmitool")" ) );
+    EXPECT_EQ( fan( R"("hamType":"ipmitool","ipmiTimeout":0)" ),
+               argument( "ipmiTimeout", "0; expected an integer of at least 1" ) );
+    EXPECT_EQ( fan( R"("hamType":"ipmitool","ipmiCacheAge":-1)" ),
+               argument( "ipmiCacheAge", "-1; expected an integer of at least 0" ) );
 }
 
 TEST_F( DescriptionCheckTest, AMultiDevicesPartsAreCheckedWithTheSlotsArguments ) {

@@ -16,13 +16,17 @@ using testing::ThrowsMessage;
 
 class KindTest : public testing::Test {
   protected:
-    Peripheral &use( const std::string &kind,
-                     const std::map<std::string, std::string> &args = {} ) {
+    using Arguments = std::map<std::string, std::string>;
+
+    Peripheral &use( const std::string &kind, const Arguments &args = {},
+                     const std::vector<Arguments> &parts = {} ) {
         std::string device = "{";
         for ( const auto &[ key, value ] : args ) {
             device += ( device == "{" ? "\"" : ",\"" ) + key + "\":\"" + value + "\"";
         }
-        board_.add( kind, "it", device + "}" ).args = args;
+        orvan::PeripheralDescription &description = board_.add( kind, "it", device + "}" );
+        description.args = args;
+        description.parts = parts;
         Peripheral &peripheral = board_.session().use( "it" );
         board_.state().calls.clear();
         return peripheral;
@@ -138,6 +142,12 @@ TEST_F( KindTest, AStalledFanIsNoFailure ) {
                  ElementsAre( "rpm failed", "percent failed", "stalled failed", "debug failed" ) );
 }
 
+TEST_F( KindTest, FansOfABmcCannotBeSet ) {
+    board_.add( "fan", "it" ).driver = "Ipmi";
+    const Peripheral &fan = board_.session().use( "it" );
+    EXPECT_TRUE( fan.kind->settings( fan ).empty() );
+}
+
 TEST_F( KindTest, AFanWithoutAMaximumHasNoPercentage ) {
     Peripheral &fan = use( "fan" );
     state_.number = 9000;
@@ -235,6 +245,18 @@ TEST_F( KindTest, SupplySlot ) {
     state_.text = "two S77";
     EXPECT_THAT( readings( slot ),
                  ElementsAre( "present 1", "model M2", "serial S77", "fdl two S77" ) );
+}
+
+TEST_F( KindTest, SlotOfSeveralParts ) {
+    const Arguments first = { { "psuFdl_1", "one {serialNum}" }, { "model_1", "M1" } };
+    const Arguments second = { { "psuFdl_1", "two {serialNum}" }, { "model_1", "M2" } };
+    Peripheral &slot = use( "slot", { { "id", "1" } }, { first, second } );
+    state_.text = "two S77";
+    EXPECT_THAT( readings( slot ),
+                 ElementsAre( "present 1", "model M2", "serial S77", "fdl two S77" ) );
+    state_.text = "one S78";
+    EXPECT_THAT( readings( slot ),
+                 ElementsAre( "present 1", "model M1", "serial S78", "fdl one S78" ) );
 }
 
 TEST_F( KindTest, System ) {

@@ -208,12 +208,10 @@ TEST_F( Psoc, RegistersAreSetFromTheBench ) {
     EXPECT_THROW( chip.poke( 1, 0u ), smbusd::ChipError );
 }
 
-TEST_F( SlowPsoc, FirstUseFindsTheFansTurning ) {
-    set( "fan1.present", 0 );
-    set( "fan1.present", 1 );
-    set( "fan2.blocked", 1 );
-    EXPECT_EQ( word( firstSpeed ), 10000u );
-    EXPECT_EQ( word( firstSpeed + 2 ), 0u );
+TEST_F( SlowPsoc, FansTurnWhenTheServiceBegins ) {
+    TestBoard begun( withOptions( slow + R"(, "inputs": { "fan2.blocked": 1 })" ) );
+    EXPECT_EQ( begun.number( "psoc", firstSpeed ), 10000u );
+    EXPECT_EQ( begun.number( "psoc", firstSpeed + 2 ), 0u );
 }
 
 TEST_F( SlowPsoc, SpeedNearsTheDutysByAThirdOfTheRestEachTimeConstant ) {

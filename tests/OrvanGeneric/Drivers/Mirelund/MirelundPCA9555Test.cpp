@@ -12,6 +12,7 @@
 #include "OrvanGeneric/Drivers/Drivers.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "OrvanGeneric/Topology.h"
+#include "tests/support/BlinkingLedChecks.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
 #include "tests/support/SimulatedDevice.h"
@@ -257,32 +258,11 @@ TEST_F( MirelundPCA9555Test, BeaconBlinksAtTheHostsTicks ) {
 }
 
 TEST_F( MirelundPCA9555Test, SecondBeaconKeepsTheOneRegistration ) {
-    const auto first = led( "1" );
-    first->setLightSetting( PL_LED_STATUS_BEACON );
-    ham_.takeLog();
-    host_.traces.clear();
-    EXPECT_EQ( first->setLightSetting( PL_LED_STATUS_BEACON ), PL_STATUS_OK );
-    EXPECT_EQ( Led::notifyList_, std::list<Led *>{ first.get() } );
-    EXPECT_EQ( host_.traces, ( Traces{ { 6, "Setting PCA9555 led 0 to Beacon" } } ) );
-    EXPECT_TRUE( ham_.log.empty() );
+    expectSecondBeaconChangesNothing( led( "1" ).get(), host_, ham_ );
 }
 
 TEST_F( MirelundPCA9555Test, AnyOtherSettingStopsTheBlinking ) {
-    for ( int setting = 0; setting <= 7; ++setting ) {
-        if ( setting == PL_LED_STATUS_BEACON )
-            continue;
-        const auto first = led( "1" );
-        first->setLightSetting( PL_LED_STATUS_BEACON );
-        const bool shown = setting <= PL_LED_STATUS_BAD;
-        ham_.takeLog();
-        EXPECT_EQ( first->setLightSetting( static_cast<pl_led_status>( setting ) ),
-                   shown ? PL_STATUS_OK : PL_STATUS_INVALID );
-        EXPECT_TRUE( Led::notifyList_.empty() ) << setting;
-        EXPECT_EQ( ham_.log.empty(), !shown ) << setting;
-        // It can begin again.
-        first->setLightSetting( PL_LED_STATUS_BEACON );
-        EXPECT_EQ( Led::notifyList_, std::list<Led *>{ first.get() } ) << setting;
-    }
+    expectAnyOtherSettingStopsTheBlinking( led( "1" ).get(), ham_ );
 }
 
 TEST_F( MirelundPCA9555Test, LedsBlinkTogether ) {
