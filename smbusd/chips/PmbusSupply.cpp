@@ -42,23 +42,7 @@ std::vector<uint8_t> lowByteFirst( uint32_t number, unsigned width ) {
     return bytes;
 }
 
-/** The input that blocks a fan's rotor. */
-std::string blockedInput( size_t fan ) {
-    return fmt::format( "fan{}.blocked", fan + 1 );
-}
-
 } // namespace
-
-/** A command: what it is called, how wide it is (a block: 0), and what it reads as. */
-struct PmbusSupply::Row {
-    uint8_t command;
-    const char *name;
-    unsigned width;
-    bool writable;
-    uint32_t ( *read )( const PmbusSupply &supply ); ///< of those that do not just hold faults
-    size_t fans = 0;                                 ///< that the supply must have for it
-    size_t temperatures = 0;                         ///< as well
-};
 
 // clang-format off
 const PmbusSupply::Row PmbusSupply::rows[] = {
@@ -275,8 +259,6 @@ void PmbusSupply::refused( SmbusMisuse misuse ) {
     }
 }
 
-// The work bench
-
 std::vector<RegisterInfo> PmbusSupply::registers() const {
     std::vector<RegisterInfo> list;
     for ( const Row &row : rows ) {
@@ -285,90 +267,6 @@ std::vector<RegisterInfo> PmbusSupply::registers() const {
         }
     }
     return list;
-}
-
-const PmbusSupply::Row &PmbusSupply::rowOf( uint32_t command ) const {
-    const Row *row = findRow( command );
-    if ( row == nullptr || !offers( *row ) ) {
-        noSuchRegister( command );
-    }
-    return *row;
-}
-
-RegisterContent PmbusSupply::peek( uint32_t reg ) const {
-    const Row &row = rowOf( reg );
-    if ( row.width == 0 ) {
-        const std::string &text = texts_.at( row.command );
-        return std::vector<uint8_t>( text.begin(), text.end() );
-    }
-    return numberOf( row );
-}
-
-void PmbusSupply::poke( uint32_t reg, const RegisterContent &content ) {
-    const Row &row = rowOf( reg );
-    if ( row.width == 0 ) {
-        const auto *block = std::get_if<std::vector<uint8_t>>( &content );
-        if ( block == nullptr || block->empty() || block->size() > maxSmbusBlock ) {
-            throw ChipError( fmt::format( "register 0x{:02X} of {} \"{}\" is a block of 1 to {} "
-                                          "bytes",
-                                          reg, type(), name(), maxSmbusBlock ) );
-        }
-        texts_[ row.command ].assign( block->begin(), block->end() );
-        return;
-    }
-    const uint32_t number = numberFor( reg, content, row.width );
-    if ( row.writable ) {
-        store( row.command, static_cast<uint16_t>( number ) );
-    } else if ( row.read == nullptr ) {
-        status_.set( row.command, static_cast<uint8_t>( number ) );
-    } else {
-        forced_[ row.command ] = number;
-    }
-}
-
-std::vector<InputInfo> PmbusSupply::inputs() const {
-    const SupplySurroundings &now = model_.surroundings();
-    std::vector<InputInfo> list = { { "vin", now.vin },
-                                    { "iout", now.iout },
-                                    { "ambient", now.ambient },
-                                    { "on", now.switchedOn ? 1.0 : 0.0 },
-                                    { "output.fault", now.outputFault ? 1.0 : 0.0 } };
-    for ( size_t i = 0; i < model_.fans(); i++ ) {
-        list.push_back( { blockedInput( i ), now.fanBlocked[ i ] ? 1.0 : 0.0 } );
-    }
-    return list;
-}
-
-void PmbusSupply::setInput( std::string_view input, double value ) {
-    SupplySurroundings next = model_.surroundings();
-    size_t fan = 0;
-    while ( fan < model_.fans() && input != blockedInput( fan ) ) {
-        fan++;
-    }
-    if ( fan < model_.fans() ) {
-        next.fanBlocked[ fan ] = lineLevel( input, value );
-    } else if ( input == "vin" ) {
-        next.vin = value;
-    } else if ( input == "iout" ) {
-        next.iout = value;
-    } else if ( input == "ambient" ) {
-        next.ambient = value;
-    } else if ( input == "on" ) {
-        next.switchedOn = lineLevel( input, value );
-    } else if ( input == "output.fault" ) {
-        next.outputFault = lineLevel( input, value );
-    } else {
-        Chip::setInput( input, value );
-    }
-    model_.setSurroundings( next );
-    latchFaults();
-}
-
-std::vector<InputInfo> PmbusSupply::outputs() const {
-    const bool good = model_.isDelivering();
-    return { { "powergood", good ? 1.0 : 0.0 },
-             { "powerbad", good ? 0.0 : 1.0 },
-             { "acgood", model_.hasMains() ? 1.0 : 0.0 } };
 }
 
 } // namespace smbusd

@@ -33,8 +33,7 @@ struct PmbusIdentity {
  *
  * Inputs: "vin" volts of the mains, "iout" amperes that the load draws, "ambient" degrees, and the
  * lines "on", which switches it on, "output.fault", for an output that has collapsed, and
- * "fanN.blocked". Outputs: the lines "powergood", "powerbad" and "acgood", high
- * when so.
+ * "fanN.blocked". Outputs: the lines "powergood", "powerbad" and "acgood", high when so.
  */
 class PmbusSupply : public SmbusDevice {
   public:
@@ -76,7 +75,16 @@ class PmbusSupply : public SmbusDevice {
     void refused( SmbusMisuse misuse ) override;
 
   private:
-    struct Row;
+    /** A command: what it is called, how wide it is (a block: 0), and what it reads as. */
+    struct Row {
+        uint8_t command;
+        const char *name;
+        unsigned width;
+        bool writable;
+        uint32_t ( *read )( const PmbusSupply &supply ); ///< null: a text, or faults
+        size_t fans = 0;                                 ///< that the supply must have for it
+        size_t temperatures = 0;                         ///< as well
+    };
     static const Row rows[];
 
     static const Row *findRow( uint32_t command );
@@ -86,6 +94,8 @@ class PmbusSupply : public SmbusDevice {
     bool isProtected( uint8_t command ) const;
     void store( uint8_t command, uint16_t value );
     void driveFans();
+    /** @return whether there is such an input; throws for a value that it cannot have */
+    bool changeInput( SupplySurroundings &next, std::string_view input, double value ) const;
 
     /** Faults whose causes are there add to those that were. */
     void latchFaults();

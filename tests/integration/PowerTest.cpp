@@ -4,6 +4,7 @@
 
 #include "tests/integration/EmulatedBoard.h"
 #include "tests/integration/RecordReadings.h"
+#include "tests/integration/WireFollower.h"
 
 namespace {
 
@@ -73,6 +74,45 @@ TEST_F( PowerTest, AskingForPowerLiftsTheProtectionAndClearsFaults ) {
     EXPECT_EQ( powerOkOf( psu ), 1 );
     EXPECT_EQ( board_.peek( "psu1", 0x10 ), 0u );
     EXPECT_EQ( board_.peek( "psu1", 0x81 ), 0u );
+}
+
+TEST_F( PowerTest, FaultsAreClearedBeforeTheStatusIsRead ) {
+    pl_psu *const psu = board_.add<pl_psu>( "psu1" );
+    WireFollower wire( board_.service.control() );
+    EXPECT_EQ( powerOkOf( psu ), 1 );
+    EXPECT_EQ( wire.take( 3 ),
+               ( std::vector<std::string>{ "S 58 W A 10 A 00 A P", "S 58 W A 03 A P",
+                                           "S 58 W A 79 A Sr 58 R A 00 A 00 N P" } ) );
+    // What clearing cannot reach does not keep the status from being read.
+    board_.ctl( { "fault", "inject", "psu1", "nack", "--at", "data", "--times", "1" } );
+    EXPECT_EQ( powerOkOf( psu ), 1 );
+    EXPECT_TRUE( board_.host.traced( 3, "CLEAR_FAULTS PMBus command failed: 6" ) );
+}
+
+TEST_F( PowerTest, SupplyIsNamedByItsLengthsAndThenItsTexts ) {
+    pl_slot *const bay = board_.add<pl_slot>( "bay2" );
+    WireFollower wire( board_.service.control() );
+    EXPECT_EQ( presenceOf( bay ), fdl( "EM460-12", "E0042" ) );
+    // High: power good 1 and 2 (bits 1 and 4), mains good 1 and 2 (bits 6 and 7). Low: what tells
+    // that a supply is in (0, 2 and 5) and that the third has power (3).
+    EXPECT_EQ( wire.take( 6 ),
+               ( std::vector<std::string>{
+                   "S 20 W A 00 A Sr 20 R A D2 N P", "S 20 W A 00 A Sr 20 R A D2 N P",
+                   "S 58 W A 9A A Sr 58 R A 08 N P", "S 58 W A 9E A Sr 58 R A 05 N P",
+                   "S 58 W A 9A A Sr 58 R A 08 A 45 A 4D A 34 A 36 A 30 A 2D A 31 A 32 N P",
+                   "S 58 W A 9E A Sr 58 R A 05 A 45 A 30 A 30 A 34 A 32 N P" } ) );
+}
+
+TEST_F( PowerTest, FanCommandsCarryAPacketErrorCodeWhereTheyAreToldTo ) {
+    pl_fan *const fan = board_.add<pl_fan>( "psu1-fan" );
+    WireFollower wire( board_.service.control() );
+    EXPECT_EQ( fan->ops->set_rpm( fan, 4500 ), PL_STATUS_OK );
+    // 25 %; 7F is the CRC-8 of B0 3B 19 00.
+    EXPECT_EQ( wire.take( 1 ), std::vector<std::string>{ "S 58 W A 3B A 19 A 00 A 7F A P" } );
+    board_.ctl( { "fault", "inject", "psu1", "bad-pec", "--times", "1" } );
+    EXPECT_EQ( fan->ops->set_rpm( fan, 9000 ), PL_STATUS_FAILED );
+    EXPECT_TRUE( board_.host.traced( 0, "Failed to set fan0 duty cycle to 50" ) );
+    EXPECT_EQ( board_.peek( "psu1", 0x3B ), 25u );
 }
 
 TEST_F( PowerTest, PowerGoodOfALine ) {

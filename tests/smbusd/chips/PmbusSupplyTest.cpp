@@ -1,5 +1,7 @@
 #include "smbusd/chips/PmbusSupply.h"
 
+#include <cmath>
+
 #include <gtest/gtest.h>
 
 #include "smbusd/chips/PmbusCommands.h"
@@ -228,7 +230,6 @@ TEST_F( PmbusSupply, WriteProtectionKeepsWritesOut ) {
     const auto failed = [ &locked ]( const TransactionBuilder &builder ) {
         return locked.run( builder ).failed();
     };
-    set( "fan1.blocked", 1 );
     locked.chip( "psu" ).setInput( "fan1.blocked", 1 );
     locked.chip( "psu" ).setInput( "fan1.blocked", 0 );
     failed( TransactionBuilder().sendByte( place, CLEAR_FAULTS ) );
@@ -252,6 +253,54 @@ TEST_F( PmbusSupply, WriteProtectionKeepsWritesOut ) {
     EXPECT_EQ( locked.number( "psu", FAN_COMMAND_1 ), 25u );
     locked.chip( "psu" ).reset();
     EXPECT_EQ( locked.number( "psu", WRITE_PROTECT ), 0x80u );
+}
+
+TEST_F( PmbusSupply, MilderProtectionsLetOperationThrough ) {
+    for ( const unsigned protection : { 0x40u, 0x20u } ) {
+        EXPECT_TRUE( write( WRITE_PROTECT, bytes( protection ) ) );
+        EXPECT_TRUE( write( OPERATION, bytes( 0 ) ) );
+        EXPECT_EQ( byte( OPERATION ), 0u );
+        EXPECT_TRUE( write( OPERATION, bytes( 0x80 ) ) );
+        EXPECT_EQ( byte( OPERATION ), 0x80u );
+        write( FAN_COMMAND_1, bytes( 10, 0 ) );
+        EXPECT_EQ( word( FAN_COMMAND_1 ), 0xE320u );
+        set( "fan1.blocked", 1 );
+        set( "fan1.blocked", 0 );
+        clearFaults();
+        EXPECT_EQ( byte( STATUS_FANS_1_2 ), 0x80u );
+        EXPECT_TRUE( write( WRITE_PROTECT, bytes( 0 ) ) );
+        clearFaults();
+        EXPECT_EQ( byte( STATUS_FANS_1_2 ), 0u );
+    }
+}
+
+TEST_F( PmbusSupply, MainsAreThereFromEightyFiveVoltsOn ) {
+    set( "vin", 84.9 );
+    EXPECT_EQ( word( STATUS_WORD ) & 0x0840u, 0x0840u );
+    set( "vin", 85 );
+    EXPECT_EQ( word( STATUS_WORD ) & 0x0840u, 0u );
+}
+
+TEST_F( PmbusSupply, InputsHaveRanges ) {
+    const struct {
+        const char *input;
+        double least;
+        double most;
+    } ranges[] = { { "vin", 0, 400 }, { "iout", 0, 1000 }, { "ambient", -40, 200 } };
+    for ( const auto &[ input, least, most ] : ranges ) {
+        EXPECT_NO_THROW( set( input, least ) );
+        EXPECT_NO_THROW( set( input, most ) );
+        EXPECT_THROW( set( input, least - 0.1 ), smbusd::ChipError );
+        EXPECT_THROW( set( input, most + 0.1 ), smbusd::ChipError );
+        EXPECT_THROW( set( input, std::nan( "" ) ), smbusd::ChipError );
+    }
+    try {
+        set( "vin", 500 );
+        ADD_FAILURE() << "taken";
+    } catch ( const smbusd::ChipError &error ) {
+        EXPECT_STREQ( error.what(), "input \"vin\" of pmbus \"psu\" is from 0 to 400, not 500" );
+    }
+    EXPECT_THROW( set( "humidity", 1 ), smbusd::ChipError );
 }
 
 TEST_F( PmbusSupply, CommandsOfWhatItDoesNotHaveAreUnknown ) {
@@ -279,6 +328,9 @@ TEST_F( PmbusSupply, CanBeChangedBehindTheBus ) {
     EXPECT_THROW( chip.poke( MFR_SERIAL, std::vector<uint8_t>{} ), smbusd::ChipError );
     EXPECT_THROW( chip.poke( OPERATION, uint32_t{ 256 } ), smbusd::ChipError );
     EXPECT_THROW( chip.poke( 0x55, uint32_t{ 0 } ), smbusd::ChipError );
+    EXPECT_THROW( chip.poke( MFR_SERIAL, std::vector<uint8_t>( 33 ) ), smbusd::ChipError );
+    chip.poke( STATUS_WORD, uint32_t{ 0x0800 } );
+    EXPECT_EQ( word( STATUS_WORD ), 0x0800u );
     EXPECT_THROW( set( "fan3.blocked", 1 ), smbusd::ChipError );
     EXPECT_THROW( set( "on", 2 ), smbusd::ChipError );
     chip.reset();
