@@ -1,8 +1,26 @@
+#include <sstream>
+#include <string>
+
 #include <gtest/gtest.h>
 
 #include "tests/integration/BoardProgram.h"
 
 namespace {
+
+/** A printed table with one blank between its cells, and without lines that separate tables. */
+std::string cells( const std::string &table ) {
+    std::istringstream lines( table );
+    std::string text;
+    for ( std::string line; std::getline( lines, line ); ) {
+        std::istringstream words( line );
+        std::string row;
+        for ( std::string word; words >> word; )
+            row += ( row.empty() ? "" : " " ) + word;
+        if ( !row.empty() )
+            text += row + "\n";
+    }
+    return text;
+}
 
 class PowerProgram : public testing::Test, protected BoardProgram {
   protected:
@@ -47,6 +65,38 @@ TEST_F( PowerProgram, BayShowsItsSupplyAtEachStep ) {
     ctl( { "plug", "supply1" } );
     EXPECT_EQ( bay( "bay1" ), "1\nDPS550AB6A\nGTVD1615001656\n" );
     EXPECT_EQ( printed( { "get", "psu1", "powergood" } ), "1\n" );
+}
+
+TEST_F( PowerProgram, ShowTellsOfBayAndSupplyAtEachStep ) {
+    const auto shown = [ this ] { return cells( printed( { "show", "psu1", "bay1" } ) ); };
+    const std::string psu = "psu powergood vin iin pin vout iout pout efficiency driver where\n";
+    const std::string slot = "slot present model serial fdl driver where\n";
+    const std::string psuPlace = " Pmbus scd accel 1 bus 1, 0x58\n";
+    const std::string slotPlace = " PsuSlot scd accel 1 bus 1, 0x58\n";
+    const std::string working = psu + "psu1 1 230.00 1.135 261.0 12.000 20.00 240.0 92.0" +
+                                psuPlace + slot +
+                                R"(bay1 1 DPS550AB6A GTVD1615001656 { "model": "DPS550AB6A", )"
+                                R"("serial": "GTVD1615001656", "fans": 1 })" +
+                                slotPlace;
+    const std::string empty = slot + "bay1 0 - - -" + slotPlace;
+
+    EXPECT_EQ( shown(), working );
+    ctl( { "unplug", "supply1" } );
+    EXPECT_EQ( shown(),
+               psu + "psu1 failed failed failed failed failed failed failed -" + psuPlace + empty );
+    ctl( { "plug", "supply1-other" } );
+    // 240 W of 266.67 W, read as 533 * 2^-1; 594 * 2^-9 A.
+    EXPECT_EQ( shown(), psu + "psu1 1 230.00 1.160 266.5 12.000 20.00 240.0 90.1" + psuPlace +
+                            slot +
+                            R"(bay1 1 PS-2471-1AZ1-LF 61AZ10101E340DU { "model": )"
+                            R"("PS-2471-1AZ1-LF", "serial": "61AZ10101E340DU", "fans": 1 })" +
+                            slotPlace );
+    ctl( { "unplug", "supply1-other" } );
+    ctl( { "plug", "supply1-without-ac" } );
+    EXPECT_EQ( shown(), psu + "psu1 0 0.00 0.000 0.0 0.000 0.00 0.0 -" + psuPlace + empty );
+    ctl( { "unplug", "supply1-without-ac" } );
+    ctl( { "plug", "supply1" } );
+    EXPECT_EQ( shown(), working );
 }
 
 TEST_F( PowerProgram, FansAreDrivenInRevolutions ) {
