@@ -64,7 +64,8 @@ void defineOptions( CLI::App &app, Options &options ) {
     app.add_flag( "--skip-waits", options.skipWaits,
                   "Let the library's timers fire without waiting for them in real time" );
     app.footer(
-        "Exit codes: 0 done; 1 something on the board failed; 2 the command line, the board's\n"
+        "Exit codes: 0 done (show: also with readings that fail); 1 something on the board failed; "
+        "2 the command line, the board's\n"
         "files or the service are not usable, and nothing was done.\n"
         "Statuses: ok, not present, fault, invalid, transport, unsupported, failed.\n"
         "With SIMULATION_VMID in the environment the library works on simulation files in\n"
