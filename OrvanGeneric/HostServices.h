@@ -36,8 +36,9 @@ inline int timerSet( uint32_t timer, uint32_t milliseconds ) {
 
 /** pl_timer_delete, where the host offers it. */
 inline void timerDelete( uint32_t timer ) {
-    if ( pl_timer_delete && timer )
+    if ( pl_timer_delete && timer ) {
         pl_timer_delete( timer );
+    }
 }
 
 } // namespace Host

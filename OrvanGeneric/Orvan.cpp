@@ -20,12 +20,14 @@ pl_status initKind( const char *name, const char *topology ) {
 } // namespace
 
 int plSockInit( const char *name, int retries ) {
-    if ( _plSock )
+    if ( _plSock ) {
         return PL_STATUS_OK;
+    }
     _plSock = new PlatformLibrary::PLSocket();
     for ( int attempt = 0; attempt < retries; ++attempt ) {
-        if ( _plSock->setup() == 0 )
+        if ( _plSock->setup() == 0 ) {
             return PL_STATUS_OK;
+        }
         Utils::os.sleep( 1 );
     }
     TRACE( 0, "%s: socket Setup failed!", name );
@@ -38,8 +40,9 @@ int orvanLibraryInit( const char *name, const char *json, int retries ) {
     TRACE( 0, "%s", name );
     TRACE( 5, "%s: json = %s", name, json );
     const int status = plSockInit( name, retries );
-    if ( status )
+    if ( status ) {
         return status;
+    }
     return Topology::loadTopology( json );
 }
 

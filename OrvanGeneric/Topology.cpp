@@ -47,8 +47,9 @@ template <size_t size, class Child>
 void appendChildren( const rapidjson::Value &json, const char ( &name )[ size ],
                      std::vector<std::shared_ptr<Child>> &children ) {
     const auto member = find( json, name );
-    if ( member == json.MemberEnd() )
+    if ( member == json.MemberEnd() ) {
         return;
+    }
     children.reserve( member->value.Size() );
     forEachObject( member->value, [ & ]( const rapidjson::Value &element ) {
         children.push_back( Child::fromJSON( element ) );
@@ -59,8 +60,9 @@ void appendChildren( const rapidjson::Value &json, const char ( &name )[ size ],
 template <size_t size, class Store>
 void readField( const rapidjson::Value &value, const char ( &name )[ size ], Store store ) {
     const auto it = find( value, name );
-    if ( it != value.MemberEnd() )
+    if ( it != value.MemberEnd() ) {
         store( it->value.GetUint() );
+    }
 }
 
 template <unsigned bits>
@@ -87,8 +89,9 @@ void fillAddressFromJSON( const rapidjson::Value &value, HamAddress &addr ) {
 template <class T>
 void Node::init( const std::shared_ptr<T> &node, const rapidjson::Value &json ) {
     const auto label = find( json, "label" );
-    if ( label != json.MemberEnd() )
+    if ( label != json.MemberEnd() ) {
         _topology_index[ label->value.GetString() ] = node;
+    }
 }
 
 std::shared_ptr<Component> Component::fromJSON( const rapidjson::Value &json ) {
@@ -106,8 +109,9 @@ std::shared_ptr<Device> Device::fromJSON( const rapidjson::Value &json ) {
     auto device = makeNode<Device>();
     device->did = json[ "did" ].GetUint();
     Node::init( device, json );
-    if ( find( json, "driver" ) != json.MemberEnd() )
+    if ( find( json, "driver" ) != json.MemberEnd() ) {
         device->args = Drivers::DriverArgs::fromJSON( json );
+    }
     appendChildren( json, "components", device->components );
     return device;
 }
@@ -119,11 +123,12 @@ std::shared_ptr<Mux> Mux::fromJSON( const rapidjson::Value &json ) {
     mux->did = json[ "did" ].GetUint();
     Node::init( mux, json );
     const auto busses = find( json, "busses" );
-    if ( busses != json.MemberEnd() )
+    if ( busses != json.MemberEnd() ) {
         forEachObject( busses->value, [ & ]( const rapidjson::Value &element ) {
             const auto bus = Bus::fromJSON( element );
             mux->busses[ bus->id ] = bus;
         } );
+    }
     return mux;
 }
 
@@ -196,8 +201,9 @@ std::shared_ptr<LinuxFs> LinuxFs::fromJSON( const rapidjson::Value &json ) {
 std::shared_ptr<I2C> I2C::fromJSON( const rapidjson::Value &json ) {
     auto i2c = makeNode<I2C>();
     const auto simulated = find( json, "simulated" );
-    if ( simulated != json.MemberEnd() )
+    if ( simulated != json.MemberEnd() ) {
         i2c->simulated = simulated->value.GetBool();
+    }
     Bus::init( i2c, json );
     return i2c;
 }
@@ -222,20 +228,27 @@ std::shared_ptr<SccSpi> SccSpi::fromJSON( const rapidjson::Value &json ) {
 
 static std::shared_ptr<MediumNode> mediumFromJSON( const rapidjson::Value &json ) {
     const std::string type = json[ "type" ].GetString();
-    if ( type == "SCD" )
+    if ( type == "SCD" ) {
         return SCD::fromJSON( json );
-    if ( type == "I2C" )
+    }
+    if ( type == "I2C" ) {
         return I2C::fromJSON( json );
-    if ( type == "IOPort" )
+    }
+    if ( type == "IOPort" ) {
         return IOPort::fromJSON( json );
-    if ( type == "Celestica" )
+    }
+    if ( type == "Celestica" ) {
         return Celestica::fromJSON( json );
-    if ( type == "PLM" )
+    }
+    if ( type == "PLM" ) {
         return PLM::fromJSON( json );
-    if ( type == "SccSpi" )
+    }
+    if ( type == "SccSpi" ) {
         return SccSpi::fromJSON( json );
-    if ( type == "LinuxFs" )
+    }
+    if ( type == "LinuxFs" ) {
         return LinuxFs::fromJSON( json );
+    }
     assert( false && "Unknown type" );
 }
 

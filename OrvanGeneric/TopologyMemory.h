@@ -52,8 +52,9 @@ class TreeMemoryScope {
 /** A new node. */
 template <class T>
 std::shared_ptr<T> makeNode() {
-    if ( !currentTreeMemory )
+    if ( !currentTreeMemory ) {
         return std::make_shared<T>();
+    }
     return std::allocate_shared<T>( NodeAllocator<T>( currentTreeMemory ) );
 }
 

@@ -23,9 +23,11 @@ const T &nodeOf( const std::pair<const uint32_t, std::shared_ptr<T>> &entry ) {
 /** Walks children until one answers false. */
 template <class Children>
 bool acceptAll( const Children &children, TopologyVisitor *visitor ) {
-    for ( const auto &child : children )
-        if ( !nodeOf( child ).accept( visitor ) )
+    for ( const auto &child : children ) {
+        if ( !nodeOf( child ).accept( visitor ) ) {
             return false;
+        }
+    }
     return true;
 }
 
@@ -92,8 +94,9 @@ bool Topology::accept( TopologyVisitor *visitor ) const {
 }
 
 bool SearchDeviceVisitor::visit( const Device *node ) {
-    if ( node->did != id )
+    if ( node->did != id ) {
         return true;
+    }
     TRACE( 2, "Device %u found in topology", id );
     device = node;
     found = true;

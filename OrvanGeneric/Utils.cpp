@@ -7,8 +7,9 @@ namespace Utils {
 int isInSimulation = -1;
 
 bool inSimulation() {
-    if ( isInSimulation < 0 )
+    if ( isInSimulation < 0 ) {
         isInSimulation = std::getenv( "SIMULATION_VMID" ) ? 1 : 0;
+    }
     return isInSimulation;
 }
 

@@ -22,12 +22,14 @@ void CachedInputAgainstIndirectCall( benchmark::State &state ) {
     bench::compare(
         state,
         [ & ] {
-            for ( int i = 0; i < callsPerTurn; ++i )
+            for ( int i = 0; i < callsPerTurn; ++i ) {
                 benchmark::DoNotOptimize( expander.getInBank( 0, &value ) );
+            }
         },
         [ & ] {
-            for ( int i = 0; i < callsPerTurn; ++i )
+            for ( int i = 0; i < callsPerTurn; ++i ) {
                 benchmark::DoNotOptimize( call( nullptr, 0, &value ) );
+            }
         } );
 }
 BENCHMARK( CachedInputAgainstIndirectCall )->UseManualTime();

@@ -20,8 +20,9 @@ const int tracedLevels = [] {
 extern "C" {
 
 void pl_trace( int level, const char *format, ... ) {
-    if ( level >= tracedLevels )
+    if ( level >= tracedLevels ) {
         return;
+    }
     va_list args;
     va_start( args, format );
     std::vfprintf( stderr, format, args );

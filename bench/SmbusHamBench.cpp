@@ -1,5 +1,6 @@
 // A batch of word reads through the SMBus Ham, against the bare exchange of the same bytes.
 
+#include <PLSocket.h>
 #include <cstdlib>
 #include <cstring>
 #include <poll.h>
@@ -9,8 +10,6 @@
 #include <thread>
 #include <unistd.h>
 #include <vector>
-
-#include <PLSocket.h>
 
 #include "OrvanGeneric/Ham/OrvanSmbusHam.h"
 #include "OrvanGeneric/Orvan.h"
@@ -25,16 +24,18 @@ constexpr size_t prefixSize = 4;
 std::string framed( const google::protobuf::Message &message ) {
     const std::string body = message.SerializeAsString();
     std::string frame( prefixSize, '\0' );
-    for ( size_t i = 0; i < prefixSize; ++i )
+    for ( size_t i = 0; i < prefixSize; ++i ) {
         frame[ i ] = static_cast<char>( body.size() >> 8 * ( prefixSize - 1 - i ) );
+    }
     return frame + body;
 }
 
 bool readExactly( int fd, char *data, size_t size ) {
     while ( size ) {
         const ssize_t n = read( fd, data, size );
-        if ( n <= 0 )
+        if ( n <= 0 ) {
             return false;
+        }
         data += n;
         size -= static_cast<size_t>( n );
     }
@@ -46,16 +47,18 @@ class Responder {
   public:
     Responder() {
         Smbus::TransactionResponse response;
-        for ( int i = 0; i < wordReads; ++i )
+        for ( int i = 0; i < wordReads; ++i ) {
             response.add_responses()->set_data( "\x34\x12" );
+        }
         reply = framed( response );
         char directory[] = "/tmp/orvan-bench-XXXXXX";
         path_ = std::string( mkdtemp( directory ) ) + "/s";
         listener_ = socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
         const sockaddr_un at = address();
         if ( bind( listener_, reinterpret_cast<const sockaddr *>( &at ), sizeof( at ) ) < 0 ||
-             listen( listener_, 4 ) < 0 )
+             listen( listener_, 4 ) < 0 ) {
             std::abort();
+        }
         setenv( "PL_SMBUS_SOCKET", path_.c_str(), 1 );
         std::thread( [ this ] { serve(); } ).detach();
     }
@@ -68,8 +71,9 @@ class Responder {
     int connected() const {
         const int fd = socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
         const sockaddr_un to = address();
-        if ( connect( fd, reinterpret_cast<const sockaddr *>( &to ), sizeof( to ) ) < 0 )
+        if ( connect( fd, reinterpret_cast<const sockaddr *>( &to ), sizeof( to ) ) < 0 ) {
             std::abort();
+        }
         return fd;
     }
 
@@ -88,11 +92,13 @@ class Responder {
         std::vector<pollfd> polled = { { listener_, POLLIN, 0 } };
         std::vector<char> body;
         while ( poll( polled.data(), polled.size(), -1 ) > 0 ) {
-            if ( polled[ 0 ].revents )
+            if ( polled[ 0 ].revents ) {
                 polled.push_back( { accept( listener_, nullptr, nullptr ), POLLIN, 0 } );
+            }
             for ( size_t i = 1; i < polled.size(); ++i ) {
-                if ( !polled[ i ].revents || answer( polled[ i ].fd, body ) )
+                if ( !polled[ i ].revents || answer( polled[ i ].fd, body ) ) {
                     continue;
+                }
                 close( polled[ i ].fd );
                 polled.erase( polled.begin() + static_cast<ptrdiff_t>( i-- ) );
             }
@@ -101,8 +107,9 @@ class Responder {
 
     bool answer( int fd, std::vector<char> &body ) const {
         unsigned char prefix[ prefixSize ];
-        if ( !readExactly( fd, reinterpret_cast<char *>( prefix ), prefixSize ) )
+        if ( !readExactly( fd, reinterpret_cast<char *>( prefix ), prefixSize ) ) {
             return false;
+        }
         body.resize( static_cast<size_t>( prefix[ 2 ] ) << 8 | prefix[ 3 ] );
         return readExactly( fd, body.data(), body.size() ) &&
                send( fd, reply.data(), reply.size(), MSG_NOSIGNAL ) > 0;
@@ -115,20 +122,24 @@ class Responder {
 unsigned batch( Ham::OrvanSmbusHam &ham ) {
     ham.prepare();
     Ham::ResponseId ids[ wordReads ];
-    for ( int i = 0; i < wordReads; ++i )
+    for ( int i = 0; i < wordReads; ++i ) {
         ids[ i ] = ham.addRead16( 0x88 + i );
-    if ( ham.execute() )
+    }
+    if ( ham.execute() ) {
         std::abort();
+    }
     unsigned sum = 0;
-    for ( const Ham::ResponseId id : ids )
+    for ( const Ham::ResponseId id : ids ) {
         sum += ham.get16( id );
+    }
     return sum;
 }
 
 void SmbusHamBatchAgainstBareExchange( benchmark::State &state ) {
     const Responder responder;
-    if ( plSockInit( "bench", 1 ) )
+    if ( plSockInit( "bench", 1 ) ) {
         std::abort();
+    }
     Topology::HamAddress address{};
     address.address = 0x58;
     address.addrSize = 1;
@@ -155,15 +166,18 @@ void SmbusHamBatchAgainstBareExchange( benchmark::State &state ) {
     bench::compare(
         state,
         [ & ] {
-            for ( int i = 0; i < exchangesPerTurn; ++i )
+            for ( int i = 0; i < exchangesPerTurn; ++i ) {
                 benchmark::DoNotOptimize( batch( ham ) );
+            }
         },
         [ & ] {
             for ( int i = 0; i < exchangesPerTurn; ++i ) {
-                if ( send( bare, frame.data(), frame.size(), MSG_NOSIGNAL ) < 0 )
+                if ( send( bare, frame.data(), frame.size(), MSG_NOSIGNAL ) < 0 ) {
                     std::abort();
-                if ( !readExactly( bare, received.data(), received.size() ) )
+                }
+                if ( !readExactly( bare, received.data(), received.size() ) ) {
                     std::abort();
+                }
             }
         } );
     close( bare );

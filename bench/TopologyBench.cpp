@@ -19,14 +19,16 @@ namespace {
 std::string board( int devices ) {
     std::string text = R"([{"type":"SCD","ham":"Bench","pci":1,"accelerators":[{"id":0,"busses":[)";
     for ( int did = 0; did < devices; ++did ) {
-        if ( did % 100 == 0 )
+        if ( did % 100 == 0 ) {
             text += ( did ? "]}," : "" ) + std::string( R"({"id":)" ) +
                     std::to_string( did / 100 ) + R"(,"devices":[)";
-        else
+        } else {
             text += ',';
+        }
         text += R"({"did":)" + std::to_string( did );
-        if ( did % 10 == 0 )
+        if ( did % 10 == 0 ) {
             text += R"(,"label":"Device)" + std::to_string( did ) + '"';
+        }
         text += R"(,"components":[{"uid":)" + std::to_string( did ) + "}]}";
     }
     return text + "]}]}]}]";

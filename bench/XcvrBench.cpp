@@ -25,8 +25,9 @@ void CachedPresenceAgainstFunctionPointer( benchmark::State &state ) {
     cpld->init();
     std::unique_ptr<Component::LogicalDevice::SfpXcvr> port( cpld->newSfpXcvr( 1, args ) );
     pl_xcvr *const xcvr = port->record();
-    if ( xcvr->ops->u.sfp.get_presence( xcvr ) != 1 )
+    if ( xcvr->ops->u.sfp.get_presence( xcvr ) != 1 ) {
         state.SkipWithError( "the module is not seen" );
+    }
 
     ham.log.clear();
     {
@@ -38,12 +39,14 @@ void CachedPresenceAgainstFunctionPointer( benchmark::State &state ) {
     bench::compare(
         state,
         [ & ] {
-            for ( int i = 0; i < callsPerTurn; ++i )
+            for ( int i = 0; i < callsPerTurn; ++i ) {
                 benchmark::DoNotOptimize( xcvr->ops->u.sfp.get_presence( xcvr ) );
+            }
         },
         [ & ] {
-            for ( int i = 0; i < callsPerTurn; ++i )
+            for ( int i = 0; i < callsPerTurn; ++i ) {
                 benchmark::DoNotOptimize( call( xcvr ) );
+            }
         } );
     state.counters[ "bus calls" ] = static_cast<double>( ham.log.size() );
 }

@@ -15,11 +15,13 @@ namespace {
 /** The next text of the input, which is left behind it. */
 std::string next( const char *&begin, const char *end ) {
     const char *const start = begin;
-    while ( begin != end && *begin )
+    while ( begin != end && *begin ) {
         ++begin;
+    }
     std::string text( start, begin );
-    if ( begin != end )
+    if ( begin != end ) {
         ++begin;
+    }
     return text;
 }
 
@@ -38,8 +40,9 @@ extern "C" int LLVMFuzzerTestOneInput( const uint8_t *data, size_t size ) {
     if ( !before.HasParseError() ) {
         // Any other shape aborts on purpose.
         if ( !before.IsObject() || !before.HasMember( "driverArgs" ) ||
-             !before[ "driverArgs" ].IsObject() )
+             !before[ "driverArgs" ].IsObject() ) {
             return 0;
+        }
         count = before[ "driverArgs" ].MemberCount();
     }
 
@@ -50,8 +53,9 @@ extern "C" int LLVMFuzzerTestOneInput( const uint8_t *data, size_t size ) {
     }
     const std::unique_ptr<char, decltype( &std::free )> owner( out, std::free );
     require( !before.HasParseError(), "accepted what is not JSON" );
-    for ( const char *c = out; *c; ++c )
+    for ( const char *c = out; *c; ++c ) {
         require( static_cast<unsigned char>( *c ) < 0x80, "not ASCII" );
+    }
     rapidjson::Document after;
     after.Parse( out );
     require( !after.HasParseError(), "not JSON" );

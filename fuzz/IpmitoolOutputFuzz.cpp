@@ -25,16 +25,18 @@ extern "C" int LLVMFuzzerTestOneInput( const uint8_t *data, size_t size ) {
 
     const Ham::SensorList list = Ham::parseSensorList( output );
     requireReadings( list.readings );
-    for ( const auto &[ name, reading ] : list.readings )
+    for ( const auto &[ name, reading ] : list.readings ) {
         require( list.analog.count( name ) || list.discrete.count( name ),
                  "a reading of no sensor" );
+    }
 
     requireReadings( Ham::parseSensorReadings( output ) );
 
     const Ham::FruList frus = Ham::parseFruList( output );
-    for ( const auto &[ name, unit ] : frus.frus )
+    for ( const auto &[ name, unit ] : frus.frus ) {
         require( !name.empty() && !( unit.model.empty() && unit.serial.empty() ),
                  "a unit without a name, or with nothing to tell" );
+    }
     require( frus.recognised || frus.frus.empty(), "units of no list" );
     return 0;
 }

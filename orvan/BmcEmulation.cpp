@@ -1,25 +1,24 @@
 #include "orvan/BmcEmulation.h"
 
-#include "orvan/BmcProbe.h"
-#include "orvan/Errors.h"
-#include "orvan/PrivateFolder.h"
-
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <fstream>
 #include <iterator>
-#include <vector>
-
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
+
+#include <fmt/core.h>
+
+#include "orvan/BmcProbe.h"
+#include "orvan/Errors.h"
+#include "orvan/PrivateFolder.h"
 
 namespace orvan {
 

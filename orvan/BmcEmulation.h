@@ -1,20 +1,22 @@
-/** A simulated BMC for the length of one run. */
+/**
+ * @file
+ * A simulated BMC for the length of one run.
+ */
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <string>
-
 #include <sys/types.h>
 
 namespace orvan {
 
 /** What the simulator is to be. */
 struct BmcOptions {
-    std::filesystem::path board;            /**< its folder "bmc" describes the BMC */
-    std::string simulator = "ipmi_sim";     /**< OpenIPMI's simulator */
-    std::string sensorCompiler = "sdrcomp"; /**< OpenIPMI's compiler of sensor data records */
+    std::filesystem::path board;            ///< its folder "bmc" describes the BMC
+    std::string simulator = "ipmi_sim";     ///< OpenIPMI's simulator
+    std::string sensorCompiler = "sdrcomp"; ///< OpenIPMI's compiler of sensor data records
     std::chrono::milliseconds startLimit{ 10000 };
 };
 

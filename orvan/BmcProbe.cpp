@@ -1,16 +1,15 @@
 #include "orvan/BmcProbe.h"
 
-#include "orvan/Errors.h"
-
-#include <fmt/core.h>
-
+#include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
-
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <fmt/core.h>
+
+#include "orvan/Errors.h"
 
 namespace orvan {
 

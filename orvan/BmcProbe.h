@@ -1,4 +1,7 @@
-/** Finding out whether a BMC is there. */
+/**
+ * @file
+ * Finding out whether a BMC is there.
+ */
 #pragma once
 
 #include <chrono>

@@ -1,18 +1,10 @@
 #include "orvan/Emulation.h"
 
-#include "orvan/Errors.h"
-#include "orvan/Library.h"
-#include "orvan/PrivateFolder.h"
-
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <vector>
-
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
@@ -20,6 +12,13 @@
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
+
+#include <fmt/core.h>
+
+#include "orvan/Errors.h"
+#include "orvan/Library.h"
+#include "orvan/PrivateFolder.h"
 
 namespace orvan {
 

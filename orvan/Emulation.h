@@ -1,23 +1,25 @@
-/** A private SMBus service on emulated hardware, for the length of one run. */
+/**
+ * @file
+ * A private SMBus service on emulated hardware, for the length of one run.
+ */
 #pragma once
 
 #include <chrono>
 #include <filesystem>
 #include <string>
-
 #include <sys/types.h>
 
 namespace orvan {
 
 /** What the private service is to be. */
 struct EmulationOptions {
-    std::string service;            /**< the service's program */
-    std::filesystem::path hardware; /**< its configuration: the emulated hardware */
-    std::string socket;             /**< where it listens; empty: in a private folder */
-    std::string control; /**< its control socket; empty: the socket's path and ".control" */
-    std::string logLevel = "warning"; /**< what it logs on standard error */
+    std::string service;            ///< the service's program
+    std::filesystem::path hardware; ///< its configuration: the emulated hardware
+    std::string socket;             ///< where it listens; empty: in a private folder
+    std::string control;            ///< its control socket; empty: the socket's path and ".control"
+    std::string logLevel = "warning"; ///< what it logs on standard error
     std::chrono::milliseconds startLimit{ 10000 };
-    std::chrono::milliseconds endLimit{ 2000 }; /**< then a service that does not end is killed */
+    std::chrono::milliseconds endLimit{ 2000 }; ///< then a service that does not end is killed
 };
 
 /**

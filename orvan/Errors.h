@@ -1,4 +1,7 @@
-/** The two ways in which a run of orvan ends badly, and the naming of foreign exceptions. */
+/**
+ * @file
+ * The two ways in which a run of orvan ends badly, and the naming of foreign exceptions.
+ */
 #pragma once
 
 #include <stdexcept>
@@ -9,8 +12,8 @@ namespace orvan {
 /** Exit codes of the program. */
 enum class ExitCode : int {
     Ok = 0,
-    Failed = 1,  /**< the board was brought up, but something on it did not work */
-    BadInput = 2 /**< command line, board folder or service: nothing was done to the hardware */
+    Failed = 1,  ///< the board was brought up, but something on it did not work
+    BadInput = 2 ///< command line, board folder or service: nothing was done to the hardware
 };
 
 /** The user's input cannot be used: ends the run with ExitCode::BadInput. */

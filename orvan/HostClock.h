@@ -1,9 +1,12 @@
-/** The time that the host's timers run on. */
+/**
+ * @file
+ * The time that the host's timers run on.
+ */
 #pragma once
 
-#include <asio/io_context.hpp>
-
 #include <chrono>
+
+#include <asio/io_context.hpp>
 
 namespace orvan {
 

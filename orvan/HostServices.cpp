@@ -1,12 +1,11 @@
 #include "orvan/HostServices.h"
 
-#include "orvan/Errors.h"
-
-#include <poll.h>
-
 #include <algorithm>
 #include <cstdio>
+#include <poll.h>
 #include <utility>
+
+#include "orvan/Errors.h"
 
 namespace orvan {
 

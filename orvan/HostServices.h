@@ -1,13 +1,8 @@
-/** The services that a driver library may call: traces, timers, descriptor watchers. */
+/**
+ * @file
+ * The services that a driver library may call: traces, timers, descriptor watchers.
+ */
 #pragma once
-
-#include "orvan/HostClock.h"
-
-#include <pl/host.h>
-
-#include <asio/executor_work_guard.hpp>
-#include <asio/io_context.hpp>
-#include <asio/posix/stream_descriptor.hpp>
 
 #include <chrono>
 #include <cstdarg>
@@ -17,6 +12,13 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <asio/executor_work_guard.hpp>
+#include <asio/io_context.hpp>
+#include <asio/posix/stream_descriptor.hpp>
+#include <pl/host.h>
+
+#include "orvan/HostClock.h"
 
 namespace orvan {
 
@@ -71,10 +73,10 @@ class HostServices {
         Callback callback = nullptr;
         void *context = nullptr;
         bool armed = false;
-        unsigned long fired = 0; /**< how often */
+        unsigned long fired = 0; ///< how often
         HostClock::Time due{};
         unsigned long sequence =
-            0; /**< of arming: of timers due at once the first armed fires first */
+            0; ///< of arming: of timers due at once the first armed fires first
     };
     struct Watcher {
         asio::posix::stream_descriptor descriptor;

@@ -1,10 +1,10 @@
 #include "orvan/Library.h"
 
-#include "orvan/Errors.h"
+#include <dlfcn.h>
 
 #include <fmt/core.h>
 
-#include <dlfcn.h>
+#include "orvan/Errors.h"
 
 namespace orvan {
 

@@ -1,4 +1,7 @@
-/** A driver library loaded at run time. */
+/**
+ * @file
+ * A driver library loaded at run time.
+ */
 #pragma once
 
 #include <filesystem>

@@ -1,12 +1,12 @@
 #include "orvan/PrivateFolder.h"
 
-#include "orvan/Errors.h"
-
-#include <fmt/core.h>
-
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+
+#include <fmt/core.h>
+
+#include "orvan/Errors.h"
 
 namespace orvan {
 

@@ -1,4 +1,7 @@
-/** Folders that a run keeps its own things in. */
+/**
+ * @file
+ * Folders that a run keeps its own things in.
+ */
 #pragma once
 
 #include <string>

@@ -1,12 +1,12 @@
 #include "orvan/Program.h"
 
-#include "orvan/BmcEmulation.h"
-#include "orvan/Emulation.h"
+#include <cstdlib>
+#include <optional>
 
 #include <fmt/core.h>
 
-#include <cstdlib>
-#include <optional>
+#include "orvan/BmcEmulation.h"
+#include "orvan/Emulation.h"
 
 namespace orvan {
 

@@ -1,4 +1,7 @@
-/** The program from its arguments to its exit code. */
+/**
+ * @file
+ * The program from its arguments to its exit code.
+ */
 #pragma once
 
 #include "orvan/commands/Command.h"

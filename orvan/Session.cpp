@@ -1,9 +1,9 @@
 #include "orvan/Session.h"
 
+#include <fmt/core.h>
+
 #include "orvan/Errors.h"
 #include "orvan/Status.h"
-
-#include <fmt/core.h>
 
 namespace orvan {
 

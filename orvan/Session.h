@@ -1,16 +1,19 @@
-/** A board brought up: its library, and the peripherals added so far. */
+/**
+ * @file
+ * A board brought up: its library, and the peripherals added so far.
+ */
 #pragma once
-
-#include "orvan/HostServices.h"
-#include "orvan/Library.h"
-#include "orvan/board/Board.h"
-#include "orvan/kinds/Kind.h"
 
 #include <functional>
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
+
+#include "orvan/HostServices.h"
+#include "orvan/Library.h"
+#include "orvan/board/Board.h"
+#include "orvan/kinds/Kind.h"
 
 namespace orvan {
 

@@ -1,9 +1,12 @@
-/** Words for the status codes of a driver library. */
+/**
+ * @file
+ * Words for the status codes of a driver library.
+ */
 #pragma once
 
-#include <pl/types.h>
-
 #include <string>
+
+#include <pl/types.h>
 
 namespace orvan {
 

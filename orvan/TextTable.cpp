@@ -1,8 +1,8 @@
 #include "orvan/TextTable.h"
 
-#include <fmt/core.h>
-
 #include <algorithm>
+
+#include <fmt/core.h>
 
 namespace orvan {
 

@@ -1,4 +1,7 @@
-/** Columns of text for the terminal. */
+/**
+ * @file
+ * Columns of text for the terminal.
+ */
 #pragma once
 
 #include <ostream>

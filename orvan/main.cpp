@@ -1,6 +1,6 @@
-#include "orvan/Program.h"
-
 #include <iostream>
+
+#include "orvan/Program.h"
 
 int main( int argc, char **argv ) {
     return orvan::runProgram( argc, argv, { std::cin, std::cout, std::cerr } );

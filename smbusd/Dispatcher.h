@@ -4,7 +4,8 @@
 #include <memory>
 #include <vector>
 
-#include "smbus.pb.h"
+#include <smbus.pb.h>
+
 #include "smbusd/Board.h"
 
 namespace smbusd {

@@ -1,15 +1,14 @@
-#include "smbusd/LinuxBus.h"
-
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <vector>
-
 #include <fcntl.h>
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <vector>
+
+#include "smbusd/LinuxBus.h"
 
 extern "C" {
 #include <i2c/smbus.h>

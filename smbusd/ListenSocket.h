@@ -2,9 +2,8 @@
 
 #include <stdexcept>
 #include <string>
-#include <vector>
-
 #include <sys/stat.h>
+#include <vector>
 
 namespace smbusd {
 

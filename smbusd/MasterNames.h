@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "smbus.pb.h"
+#include <smbus.pb.h>
 
 namespace smbusd {
 

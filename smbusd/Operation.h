@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "smbus.pb.h"
+#include <smbus.pb.h>
 
 namespace smbusd {
 

@@ -2,7 +2,6 @@
 #include <cstdio>
 #include <exception>
 #include <string>
-
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>

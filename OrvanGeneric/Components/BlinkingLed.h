@@ -17,8 +17,9 @@ class BlinkingLed : public Led {
      * @return true when there is nothing else to do
      */
     bool keepsBlinking( pl_led_status status ) {
-        if ( blinking_ && status == PL_LED_STATUS_BEACON )
+        if ( blinking_ && status == PL_LED_STATUS_BEACON ) {
             return true;
+        }
         stopBlinking();
         return false;
     }
@@ -35,8 +36,9 @@ class BlinkingLed : public Led {
 
   private:
     void stopBlinking() {
-        if ( blinking_ )
+        if ( blinking_ ) {
             stopBlinkNotification( this );
+        }
         blinking_ = false;
     }
 

@@ -44,8 +44,9 @@ pl_status RegGpio::write( bool value ) {
     uint8_t byte = 0;
     if ( !writeOnly ) {
         const int status = ham->read8( register_, &byte );
-        if ( status )
+        if ( status ) {
             return static_cast<pl_status>( status );
+        }
     }
     const auto mask = static_cast<uint8_t>( 1u << bitpos_ );
     byte = static_cast<uint8_t>( value ? byte | mask : byte & ~mask );
@@ -63,8 +64,9 @@ pl_status RegGpio::bitClear() {
 pl_status RegGpio::bitRead( unsigned int *value ) {
     uint8_t byte;
     const int status = device_->ham()->read8( register_, &byte );
-    if ( status == 0 )
+    if ( status == 0 ) {
         *value = ( byte >> bitpos_ ) & 1u;
+    }
     return static_cast<pl_status>( status );
 }
 
@@ -73,12 +75,14 @@ pl_status RegGpio::bitRead( unsigned int *value ) {
 extern "C" pl_gpio *pl_gpio_add( const char *description ) {
     Drivers::DriverArgs args;
     Component::DeviceBase *device = Component::DeviceBase::create( description, args );
-    if ( !device )
+    if ( !device ) {
         return nullptr;
+    }
     auto *hardware = dynamic_cast<Component::HardwareDevice *>( device );
     // A device composed of others has registers only in its parts.
-    if ( !hardware )
+    if ( !hardware ) {
         throw Component::NotImplementedException( "newGpio" );
+    }
     Component::LogicalDevice::Gpio *gpio = hardware->newGpio( args );
     return gpio ? gpio->record() : nullptr;
 }

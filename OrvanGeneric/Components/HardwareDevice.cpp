@@ -60,8 +60,9 @@ DeviceBase *DeviceBase::create( const char *text, DriverArgs &args ) {
 DeviceBase *DeviceBase::findDevice( const DriverArgs &args ) {
     TRACE( 0, "looking for already existing device %u", args.did );
     const auto it = devices.find( args.did );
-    if ( it == devices.end() )
+    if ( it == devices.end() ) {
         return nullptr;
+    }
     TRACE( 0, "using previously instanciated HardwareDevice %s", args.driver.c_str() );
     return it->second;
 }
@@ -95,20 +96,23 @@ namespace {
 
 /** The device's name: the simulation file of each device is told from the others' by it. */
 std::string simulationName( const DriverArgs &args ) {
-    if ( !Utils::inSimulation() || !args.jsonText )
+    if ( !Utils::inSimulation() || !args.jsonText ) {
         return std::string();
+    }
     rapidjson::Document json;
     json.Parse( args.jsonText );
-    if ( json.HasParseError() || !json.IsObject() || !json.HasMember( "name" ) )
+    if ( json.HasParseError() || !json.IsObject() || !json.HasMember( "name" ) ) {
         return std::string();
+    }
     return json[ "name" ].GetString();
 }
 
 } // namespace
 
 DeviceBase *HardwareDevice::create( const DriverArgs &args, Ham::Ham *ham ) {
-    if ( DeviceBase *existing = findDevice( args ) )
+    if ( DeviceBase *existing = findDevice( args ) ) {
         return existing;
+    }
     if ( !ham && args.provideHam ) {
         TRACE( 0, "creating Ham" );
         ham = Ham::createHam( args );

@@ -35,7 +35,8 @@ extern "C" pl_led *pl_led_add( const char *description ) {
         TRACE( 0, "newLed() failed" );
         return nullptr;
     }
-    if ( led->blinks() )
+    if ( led->blinks() ) {
         Component::LogicalDevice::Led::createBlinkTimer();
+    }
     return led->record();
 }

@@ -1,7 +1,6 @@
-#include "OrvanGeneric/Components/Led.h"
-
 #include <cassert>
 
+#include "OrvanGeneric/Components/Led.h"
 #include "OrvanGeneric/HostServices.h"
 
 namespace Component::LogicalDevice {
@@ -22,12 +21,14 @@ const char *Led::getLedStatusString( pl_led_status status ) {
 }
 
 void Led::createBlinkTimer() {
-    if ( blinkTimer_ )
+    if ( blinkTimer_ ) {
         return;
+    }
     TRACE( 0, "creating unique led blink timer" );
     blinkTimer_ = Host::timerAdd( handleBlinkTimerCallback, nullptr );
-    if ( !blinkTimer_ )
+    if ( !blinkTimer_ ) {
         TRACE( 0, "failed to create blink timer" );
+    }
     assert( blinkTimer_ );
 }
 
@@ -35,8 +36,9 @@ void Led::notifyOnBlink( Led *led ) {
     TRACE( 4, "%s() adding led to blink notification list", "notifyOnBlink" );
     assert( blinkTimer_ );
     notifyList_.push_back( led );
-    if ( notifyList_.size() == 1 )
+    if ( notifyList_.size() == 1 ) {
         Host::timerSet( blinkTimer_, blinkPeriod_ );
+    }
 }
 
 void Led::stopBlinkNotification( Led *led ) {
@@ -53,11 +55,13 @@ void Led::handleBlinkTimerCallback( void * ) {
         }
         it = notifyList_.erase( it );
         // The LED behind a removed one sits this tick out; its turn comes with the next.
-        if ( it != notifyList_.end() )
+        if ( it != notifyList_.end() ) {
             ++it;
+        }
     }
-    if ( !notifyList_.empty() )
+    if ( !notifyList_.empty() ) {
         Host::timerSet( blinkTimer_, blinkPeriod_ );
+    }
     blinkStatus_ = !blinkStatus_;
 }
 

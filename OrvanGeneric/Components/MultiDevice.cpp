@@ -10,8 +10,9 @@ namespace {
 /** Adds the part that @p text describes; the record is kept even when there is none. */
 template <class Record>
 Record *addPart( std::vector<Record *> &parts, const char *text, Record *( *add )( const char * )) {
-    if ( !text )
+    if ( !text ) {
         return nullptr;
+    }
     parts.push_back( add( text ) );
     return parts.back();
 }
@@ -19,8 +20,9 @@ Record *addPart( std::vector<Record *> &parts, const char *text, Record *( *add 
 } // namespace
 
 DeviceBase *MultiDevice::create( const DriverArgs &args ) {
-    if ( DeviceBase *existing = findDevice( args ) )
+    if ( DeviceBase *existing = findDevice( args ) ) {
         return existing;
+    }
     DeviceBase *made = callDriverFactoryFunc( args, nullptr );
     // A driver of a single device cannot serve a description of several.
     auto *device = dynamic_cast<MultiDevice *>( made );
@@ -63,22 +65,25 @@ pl_psu *MultiDevice::addPsu( const std::string &key ) {
 
 pl_fan *MultiDevice::addFan( const std::string &key ) {
     const char *text = getDeviceDriverArg( key );
-    if ( text )
+    if ( text ) {
         TRACE( 6, "MultiDevice::addFan driver args = %s", text );
+    }
     return addPart( fans, text, pl_fan_add );
 }
 
 pl_xcvr *MultiDevice::addXcvr( const std::string &key ) {
     const char *text = getDeviceDriverArg( key );
-    if ( text )
+    if ( text ) {
         TRACE( 6, "MultiDevice::addXcvr driver args = %s", text );
+    }
     return addPart( xcvrs, text, pl_xcvr_add );
 }
 
 pl_gpio *MultiDevice::addGpio( const std::string &key ) {
     const char *text = getDeviceDriverArg( key );
-    if ( text )
+    if ( text ) {
         TRACE( 6, "MultiDevice::addGpio driver args = %s", text );
+    }
     return addPart( gpios, text, pl_gpio_add );
 }
 

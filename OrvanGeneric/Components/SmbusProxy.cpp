@@ -124,8 +124,9 @@ Component::DeviceBase *createForLabel( const std::string &label, unsigned char a
     device->args->driver = "SmbusProxyDriver";
     args = *device->args;
     Component::DeviceBase *proxy = Component::HardwareDevice::create( args, nullptr );
-    if ( !proxy )
+    if ( !proxy ) {
         TRACE( 0, "DeviceBase::create() failed" );
+    }
     return proxy;
 }
 
@@ -137,13 +138,15 @@ extern "C" pl_smbus *pl_smbus_add( const char *device, unsigned char address ) {
     Component::DeviceBase *driver;
     if ( Topology::isDeviceObject( device ) ) {
         driver = Component::DeviceBase::create( device, args );
-        if ( !driver )
+        if ( !driver ) {
             TRACE( 0, "DeviceBase::create() failed" );
+        }
     } else {
         driver = createForLabel( device, address, args );
     }
-    if ( !driver )
+    if ( !driver ) {
         return nullptr;
+    }
     Component::LogicalDevice::SmbusProxy *proxy = driver->newSmbusProxy( args );
     if ( !proxy ) {
         TRACE( 0, "newSmbusProxy() failed" );

@@ -34,11 +34,13 @@ extern "C" pl_temp_sensor *pl_temp_sensor_add( const char *description, float al
                                                float critical ) {
     Drivers::DriverArgs args;
     Component::DeviceBase *device = Component::DeviceBase::create( description, args );
-    if ( !device )
+    if ( !device ) {
         return nullptr;
+    }
     Component::LogicalDevice::TempSensor *sensor = device->newTempSensor( args );
-    if ( !sensor )
+    if ( !sensor ) {
         return nullptr;
+    }
     TRACE( 0, "setting alert threshold" );
     sensor->alertThresholdIs( alert );
     TRACE( 0, "setting critical threshold" );

@@ -58,12 +58,15 @@ namespace {
 
 /** An argument's value as text. Integers beyond 32 bits are neither numbers nor floats here. */
 std::string argText( const rapidjson::Value &value ) {
-    if ( value.IsInt() )
+    if ( value.IsInt() ) {
         return std::to_string( value.GetInt() );
-    if ( value.IsUint() )
+    }
+    if ( value.IsUint() ) {
         return std::to_string( value.GetUint() );
-    if ( value.IsString() )
+    }
+    if ( value.IsString() ) {
         return std::string( value.GetString(), value.GetStringLength() );
+    }
     if ( value.IsDouble() ) {
         char text[ 32 ];
         constexpr int significantDigits = 6;
@@ -71,10 +74,12 @@ std::string argText( const rapidjson::Value &value ) {
                                         std::chars_format::general, significantDigits );
         return std::string( text, end.ptr );
     }
-    if ( value.IsFalse() )
+    if ( value.IsFalse() ) {
         return "false";
-    if ( value.IsTrue() )
+    }
+    if ( value.IsTrue() ) {
         return "true";
+    }
     return std::string();
 }
 
@@ -95,18 +100,17 @@ bool DriverArgs::parseJSON( const char *text ) {
 }
 
 void DriverArgs::parseJSON( const rapidjson::Value &json ) {
-    // clang-format off
     assert( json.IsObject() );
     assert( json.HasMember( "did" ) );
     assert( json.HasMember( "driver" ) );
-    // clang-format on
     driver = json[ "driver" ].GetString();
     const auto multi = json.FindMember( "isMultiDevice" );
     isMultiDevice = multi != json.MemberEnd() && multi->value.GetBool();
     if ( isMultiDevice ) {
         assert( json.HasMember( "multiDeviceArgs" ) );
-        for ( const auto &member : json[ "multiDeviceArgs" ].GetObject() )
+        for ( const auto &member : json[ "multiDeviceArgs" ].GetObject() ) {
             multiDeviceArgs[ member.name.GetString() ] = member.value.GetString();
+        }
     }
     assert( json.HasMember( "address" ) );
     Topology::fillAddressFromJSON( json[ "address" ], address );
@@ -116,9 +120,11 @@ void DriverArgs::parseJSON( const rapidjson::Value &json ) {
     uid = component == json.MemberEnd() ? noComponent : component->value.GetUint();
     did = json[ "did" ].GetUint();
     const auto arguments = json.FindMember( "driverArgs" );
-    if ( arguments != json.MemberEnd() )
-        for ( const auto &member : arguments->value.GetObject() )
+    if ( arguments != json.MemberEnd() ) {
+        for ( const auto &member : arguments->value.GetObject() ) {
             driverArgs[ member.name.GetString() ] = argText( member.value );
+        }
+    }
 }
 
 std::shared_ptr<DriverArgs> DriverArgs::fromJSON( const rapidjson::Value &json ) {

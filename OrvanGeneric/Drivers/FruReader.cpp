@@ -51,10 +51,12 @@ pl_status FruReader::read( std::string &serial, std::string &productNameText ) {
     for ( int i = 0; status == PL_STATUS_OK && i < fieldCount; ++i ) {
         Field field;
         status = readTypeLength( offset, field );
-        if ( status == PL_STATUS_OK && i == productName )
+        if ( status == PL_STATUS_OK && i == productName ) {
             status = readText( field, productNameText );
-        if ( status == PL_STATUS_OK && i == serialNumber )
+        }
+        if ( status == PL_STATUS_OK && i == serialNumber ) {
             status = readText( field, serial );
+        }
         offset = field.offset + field.length;
     }
     return status;
@@ -64,20 +66,23 @@ pl_status FruReader::readProductOffset( unsigned &offset ) {
     offset = 0;
     std::array<Ham::ResponseId, headerSize> ids;
     ham_->prepare();
-    for ( const unsigned at : readingOrder )
+    for ( const unsigned at : readingOrder ) {
         ids[ at ] = ham_->addRead8( at );
+    }
     const int status = ham_->execute();
     if ( status ) {
         TRACE( 0, "PsuSlot%hhu: Error reading common header", psuIndex_ );
         return static_cast<pl_status>( status );
     }
     std::string header;
-    for ( const Ham::ResponseId id : ids )
+    for ( const Ham::ResponseId id : ids ) {
         header += static_cast<char>( ham_->get8( id ) );
+    }
     if ( !zeroChecksum( header ) ) {
         TRACE( 0, "PsuSlot%hhu: Common header checksum error", psuIndex_ );
-        if ( !allowInvalidChecksum_ )
+        if ( !allowInvalidChecksum_ ) {
             return PL_STATUS_NOT_PRESENT;
+        }
     }
     offset = static_cast<uint8_t>( header[ productAreaOffset ] ) * areaUnit;
     return offset == noArea ? PL_STATUS_NOT_PRESENT : PL_STATUS_OK;
@@ -85,8 +90,9 @@ pl_status FruReader::readProductOffset( unsigned &offset ) {
 
 pl_status FruReader::readTypeLength( unsigned offset, Field &field ) {
     field = {};
-    if ( offset >= imageSize )
+    if ( offset >= imageSize ) {
         return PL_STATUS_NOT_PRESENT;
+    }
     uint8_t value;
     const int status = ham_->read8( offset, &value );
     if ( status ) {
@@ -96,19 +102,22 @@ pl_status FruReader::readTypeLength( unsigned offset, Field &field ) {
     const int type = value >> typeShift;
     TRACE( 0, "Type code %d (val 0x%02x) at offset %d", type, value, static_cast<int>( offset ) );
     assert( type == 3 && "Expected type code 3 (8-bit ASCII)" );
-    if ( value == endOfFields )
+    if ( value == endOfFields ) {
         return PL_STATUS_NOT_PRESENT;
+    }
     field = { offset + 1, static_cast<unsigned>( value & lengthMask ) };
     return field.offset + field.length <= imageSize ? PL_STATUS_OK : PL_STATUS_NOT_PRESENT;
 }
 
 pl_status FruReader::readText( const Field &field, std::string &text ) {
     text.clear();
-    if ( field.length == 0 )
+    if ( field.length == 0 ) {
         return PL_STATUS_OK;
+    }
     const int status = ham_->read( field.offset, field.length, &text, false );
-    if ( status == 0 && text.size() == field.length )
+    if ( status == 0 && text.size() == field.length ) {
         return PL_STATUS_OK;
+    }
     TRACE( 0, "Error reading product info field" );
     return status ? static_cast<pl_status>( status ) : PL_STATUS_NOT_PRESENT;
 }

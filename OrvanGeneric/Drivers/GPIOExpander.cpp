@@ -89,8 +89,9 @@ pl_status GPIOExpander::writeBit( uint8_t bank, uint8_t bit, bool value ) {
     assert( bit <= 7 );
     uint8_t byte;
     const pl_status status = getOutBank( bank, &byte );
-    if ( status != PL_STATUS_OK )
+    if ( status != PL_STATUS_OK ) {
         return status;
+    }
     const unsigned mask = 1u << bit;
     outputCache_[ bank ] = static_cast<uint8_t>( value ? byte | mask : byte & ~mask );
     return PL_STATUS_OK;
@@ -105,26 +106,30 @@ pl_status GPIOExpander::save() {
     ham()->prepare();
     bool queued = false;
     for ( int n = 0; n < numBanks_; ++n ) {
-        if ( outputCache_[ n ] == nothingPending )
+        if ( outputCache_[ n ] == nothingPending ) {
             continue;
+        }
         TRACE( 5, " GPIOExpander::save -- writing output bank %d = %d", n, outputCache_[ n ] );
         ham()->addWrite8( outputBankAddr( static_cast<uint8_t>( n ) ),
                           static_cast<uint8_t>( outputCache_[ n ] ), false );
         outputCache_[ n ] = nothingPending;
         queued = true;
     }
-    if ( !queued )
+    if ( !queued ) {
         return PL_STATUS_OK;
+    }
     const int status = ham()->execute();
-    if ( status )
+    if ( status ) {
         TRACE( 0, "Error: status %d writing to GPIOExpander", status );
+    }
     return static_cast<pl_status>( status );
 }
 
 pl_status GPIOExpander::writeConfig( const uint8_t *config ) {
     ham()->prepare();
-    for ( int n = 0; n < numBanks_; ++n )
+    for ( int n = 0; n < numBanks_; ++n ) {
         ham()->addWrite8( configBankAddr( static_cast<uint8_t>( n ) ), config[ n ], false );
+    }
     return static_cast<pl_status>( ham()->execute() );
 }
 

@@ -45,8 +45,9 @@ GenericPCA9555::GenericPCA9555( const uint8_t *config, uint8_t numBanks, uint8_t
 int GenericPCA9555::init() {
     writeConfig( config );
     const pl_status status = save();
-    if ( status != PL_STATUS_OK )
+    if ( status != PL_STATUS_OK ) {
         TRACE( 0, "Error: failed to write PCA9555 pin configuration" );
+    }
     return status;
 }
 
@@ -61,16 +62,18 @@ GenericPCA9555::ExpGpio::ExpGpio( const DriverArgs &args, GenericPCA9555 *expand
 pl_status GenericPCA9555::ExpGpio::bitSet() {
     expander_->writeBit( static_cast<uint8_t>( bank ), static_cast<uint8_t>( bit ), true );
     const pl_status status = expander_->save();
-    if ( status != PL_STATUS_OK )
+    if ( status != PL_STATUS_OK ) {
         TRACE( 0, "GenericPCA9555 bitSet() failed!" );
+    }
     return status;
 }
 
 pl_status GenericPCA9555::ExpGpio::bitClear() {
     expander_->writeBit( static_cast<uint8_t>( bank ), static_cast<uint8_t>( bit ), false );
     const pl_status status = expander_->save();
-    if ( status != PL_STATUS_OK )
+    if ( status != PL_STATUS_OK ) {
         TRACE( 0, "GenericPCA9555 bitClear() failed!" );
+    }
     return status;
 }
 
@@ -79,8 +82,9 @@ pl_status GenericPCA9555::ExpGpio::bitRead( unsigned int *value ) {
     const pl_status status =
         expander_->readBit( static_cast<uint8_t>( bank ), static_cast<uint8_t>( bit ), &set );
     *value = set;
-    if ( status != PL_STATUS_OK )
+    if ( status != PL_STATUS_OK ) {
         TRACE( 0, "GenericPCA9555 bitRead() failed!" );
+    }
     return status;
 }
 

@@ -27,12 +27,13 @@ constexpr const char *blanks = " \t";
 void readAll( FILE *stream, std::string &output ) {
     char buffer[ readSize ];
     for ( ;; ) {
-        if ( fgets( buffer, sizeof( buffer ), stream ) )
+        if ( fgets( buffer, sizeof( buffer ), stream ) ) {
             output += buffer;
-        else if ( ferror( stream ) && errno == EINTR )
+        } else if ( ferror( stream ) && errno == EINTR ) {
             clearerr( stream );
-        else
+        } else {
             return;
+        }
     }
 }
 
@@ -45,9 +46,7 @@ void FormatFdl::start() {
 
 bool FormatFdl::set( const std::string &key, const std::string &value ) {
     TRACE( 5, "FormatFdl::set( '%s', '%s' )", key.c_str(), value.c_str() );
-    // clang-format off
     assert( active_ && "FormatFdl: Must call start() before set(...)" );
-    // clang-format on
     const std::string placeholder = "{" + key + "}";
     size_t at = text_.find( placeholder );
     if ( at == std::string::npos ) {
@@ -77,8 +76,9 @@ pl_status runCmd( const char *cmd, std::string &output, unsigned int timeout ) {
     output.clear();
     const std::string line = "timeout " + std::to_string( timeout ) + "s " + ( cmd ? cmd : "" );
     FILE *stream = popen( line.c_str(), "r" );
-    if ( !stream )
+    if ( !stream ) {
         return PL_STATUS_FAILED;
+    }
     try {
         readAll( stream, output );
     } catch ( const std::exception & ) {
@@ -86,8 +86,9 @@ pl_status runCmd( const char *cmd, std::string &output, unsigned int timeout ) {
         return PL_STATUS_FAILED;
     }
     const int status = pclose( stream );
-    if ( status < 0 || !WIFEXITED( status ) )
+    if ( status < 0 || !WIFEXITED( status ) ) {
         return PL_STATUS_FAILED;
+    }
     switch ( WEXITSTATUS( status ) ) {
     case 0:
         return PL_STATUS_OK;
@@ -102,25 +103,28 @@ std::string shellQuote( const std::string &text ) {
     std::string quoted = "'";
     for ( const char c : text ) {
         // Nothing can be escaped inside single quotes: they end, and begin again behind this one.
-        if ( c == '\'' )
+        if ( c == '\'' ) {
             quoted += "'\\''";
-        else if ( c != '\0' )
+        } else if ( c != '\0' ) {
             quoted += c;
+        }
     }
     return quoted + "'";
 }
 
 std::string trim( const std::string &text ) {
     const size_t first = text.find_first_not_of( blanks );
-    if ( first == std::string::npos )
+    if ( first == std::string::npos ) {
         return std::string();
+    }
     return text.substr( first, text.find_last_not_of( blanks ) - first + 1 );
 }
 
 bool zeroChecksum( const std::string &data ) {
     uint8_t sum = 0;
-    for ( const char c : data )
+    for ( const char c : data ) {
         sum = static_cast<uint8_t>( sum + static_cast<uint8_t>( c ) );
+    }
     return sum == 0;
 }
 
@@ -128,14 +132,17 @@ Component::HardwareDevice *getHardwareDeviceByLabel( const char *label,
                                                      const std::string &driverName ) {
     Topology::Device *device = Topology::getDeviceByLabel( label );
     // A device that was only listed, not described, cannot be had either.
-    if ( device && !device->args )
+    if ( device && !device->args ) {
         device = nullptr;
-    if ( !device )
+    }
+    if ( !device ) {
         TRACE( 0, "Unable to locate device %s", label );
+    }
     assert( device );
     DriverArgs &args = *device->args;
-    if ( args.driver.empty() )
+    if ( args.driver.empty() ) {
         args.driver = driverName;
+    }
     auto *dev = dynamic_cast<Component::HardwareDevice *>(
         Component::HardwareDevice::create( args, nullptr ) );
     assert( dev );

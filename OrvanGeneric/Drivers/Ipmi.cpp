@@ -47,16 +47,18 @@ Ipmi::Ipmi( const std::string &fruId, std::shared_ptr<Ham::IpmiHam> ipmiHam )
 
 int Ipmi::init() {
     TRACE( 0, "Ipmi::init()" );
-    if ( fruId_.empty() )
+    if ( fruId_.empty() ) {
         return PL_STATUS_OK;
+    }
     ipmiHam_->airflowId( fruId_ );
     return ipmiHam_->status;
 }
 
 std::string Ipmi::airflowDirection() {
     std::string direction;
-    if ( ipmiHam_->getSensorVal( Ham::airflowSensorPrefix + fruId_, &direction ) != 0 )
+    if ( ipmiHam_->getSensorVal( Ham::airflowSensorPrefix + fruId_, &direction ) != 0 ) {
         return unknownDirection;
+    }
     return direction;
 }
 

@@ -85,20 +85,16 @@ Component::LogicalDevice::Psu *Pmbus::newPsu( const DriverArgs & ) {
 
 Component::LogicalDevice::Fan *Pmbus::newFan( const DriverArgs &args ) {
     TRACE( 0, "Creating Pmbus Fan Device" );
-    // clang-format off
     assert( args.driverArgs.find( "fanId" ) != args.driverArgs.end() );
     const auto fanId = static_cast<uint8_t>( requiredIntArg( args, "fanId" ) );
     assert( fanId == 1 || fanId == 2 );
     assert( args.driverArgs.find( "maxFanRpm" ) != args.driverArgs.end() );
-    // clang-format on
     return new Fan( this, static_cast<uint8_t>( fanId - 1 ), requiredIntArg( args, "maxFanRpm" ),
                     flagArg( args, "pec", false ) );
 }
 
 Component::LogicalDevice::TempSensor *Pmbus::newTempSensor( const DriverArgs &args ) {
-    // clang-format off
     assert( args.driverArgs.find( "sensorId" ) != args.driverArgs.end() );
-    // clang-format on
     const int sensorId = requiredIntArg( args, "sensorId" );
     const auto id = static_cast<uint8_t>( sensorId );
     const auto tempSensor = static_cast<uint8_t>( intArg( args, "tempSensor", sensorId ) );
@@ -117,21 +113,24 @@ pl_status Pmbus::get_output_voltage( float *volts ) {
     const Ham::ResponseId modeId = ham()->addRead8( VOUT_MODE );
     const Ham::ResponseId rawId = ham()->addRead16( READ_VOUT );
     const int status = ham()->execute();
-    if ( status )
+    if ( status ) {
         return static_cast<pl_status>( status );
+    }
     const uint8_t mode = ham()->get8( modeId );
     const uint16_t raw = ham()->get16( rawId );
-    if ( ( mode & voutModeFormatMask ) == 0 )
+    if ( ( mode & voutModeFormatMask ) == 0 ) {
         *volts = linear16ToReal( raw, voutExponent == exponentFromVoutMode ? mode : voutExponent );
-    else if ( mode == noVoutMode )
+    } else if ( mode == noVoutMode ) {
         *volts = linear11ToReal( raw );
+    }
     return PL_STATUS_OK;
 }
 
 pl_status Pmbus::getTemperature( uint8_t reg, float *celsius ) {
     const pl_status status = pmbus_read_linear( reg, celsius );
-    if ( status == PL_STATUS_OK && *celsius < 0 )
+    if ( status == PL_STATUS_OK && *celsius < 0 ) {
         *celsius = 0;
+    }
     return status;
 }
 
@@ -146,26 +145,30 @@ pl_status Pmbus::clearFaults() {
 pl_status Pmbus::get_power_ok( int *ok ) {
     TRACE( 4, "pl_status Drivers::Pmbus::get_power_ok(int*)" );
     const pl_status cleared = clearFaults();
-    if ( cleared != PL_STATUS_OK )
+    if ( cleared != PL_STATUS_OK ) {
         TRACE( 3, "CLEAR_FAULTS PMBus command failed: %d", cleared );
+    }
     if ( powerOkGpio_ ) {
         TRACE( 4, "Checking power OK using powerOkGpio_" );
         unsigned int bit;
         const pl_status status = powerOkGpio_->bitRead( &bit );
-        if ( status == PL_STATUS_OK )
+        if ( status == PL_STATUS_OK ) {
             *ok = static_cast<int>( powerOkActiveLow ? 1 - bit : bit );
+        }
         return status;
     }
     TRACE( 4, "Checking power OK using STATUS_WORD_REG" );
     uint16_t statusWord;
     const int status = ham()->read16( STATUS_WORD, &statusWord );
-    if ( status )
+    if ( status ) {
         return static_cast<pl_status>( status );
+    }
     const int powerBad = statusWord >> powerGoodNegatedBit & 1;
     const int off = statusWord >> offBit & 1;
     TRACE( 4, "statusWord: 0x%x, powerBad: 0b%d, off: 0b%d", statusWord, powerBad, off );
-    if ( powerBad && !off )
+    if ( powerBad && !off ) {
         return PL_STATUS_FAULT;
+    }
     *ok = !powerBad;
     return PL_STATUS_OK;
 }
@@ -173,14 +176,17 @@ pl_status Pmbus::get_power_ok( int *ok ) {
 pl_status Pmbus::getFanRpm( Fan *fan, int *rpm ) {
     uint8_t faults;
     const int status = ham()->read8( STATUS_FANS_1_2, &faults );
-    if ( status )
+    if ( status ) {
         return static_cast<pl_status>( status );
-    if ( faults & fan->registers_.faultMask )
+    }
+    if ( faults & fan->registers_.faultMask ) {
         return PL_STATUS_FAULT;
+    }
     float speed;
     const pl_status read = pmbus_read_linear( fan->registers_.speed, &speed );
-    if ( read != PL_STATUS_OK )
+    if ( read != PL_STATUS_OK ) {
         return read;
+    }
     *rpm = static_cast<int>( speed );
     if ( *rpm < 0 ) {
         TRACE( 0, "Pmbus::Fan%d Invalid RPM reading: %d", fan->index_, *rpm );
@@ -190,16 +196,18 @@ pl_status Pmbus::getFanRpm( Fan *fan, int *rpm ) {
 }
 
 pl_status Pmbus::setFanRpm( Fan *fan, int rpm ) {
-    if ( fan->maxFanRpm_ == 0 )
+    if ( fan->maxFanRpm_ == 0 ) {
         return PL_STATUS_TRANSPORT;
+    }
     const auto duty = static_cast<uint16_t>( int64_t{ rpm } * fullDuty / fan->maxFanRpm_ );
     TRACE( 6, "Setting fan %d duty cycle to %d", fan->index_, duty );
     // Below zero is far above full as an unsigned number; small ones must not round to a stop.
     const auto clamped =
         static_cast<uint16_t>( rpm < 0 ? fullDuty : std::min<int>( duty, fullDuty ) );
     const int status = ham()->write16( fan->registers_.command, clamped, fan->pec_ );
-    if ( status )
+    if ( status ) {
         TRACE( 0, "Failed to set fan%d duty cycle to %d", fan->index_, clamped );
+    }
     return static_cast<pl_status>( status );
 }
 

@@ -48,8 +48,9 @@ uint16_t realToLinear11( uint16_t value ) {
 int readLinear11( Ham::Ham *ham, uint8_t command, float *value ) {
     uint16_t word;
     const int status = ham->read16( command, &word );
-    if ( status == 0 )
+    if ( status == 0 ) {
         *value = linear11ToReal( word );
+    }
     return status;
 }
 

@@ -111,8 +111,9 @@ bool PsuSlot::Slot::slotFlag( const char *name ) const {
 void PsuSlot::Slot::readModels() {
     for ( int number = 1;; ++number ) {
         const auto model = slotArgs_.find( "model_" + std::to_string( number ) );
-        if ( model == slotArgs_.end() )
+        if ( model == slotArgs_.end() ) {
             return;
+        }
         const std::string psuFdlKey = "psuFdl_" + std::to_string( number );
         assert( slotArgs_.find( psuFdlKey ) != slotArgs_.end() );
         // Of a model that comes twice the first template counts.
@@ -125,8 +126,9 @@ Component::LogicalDevice::Gpio *PsuSlot::Slot::newLine( const char *regKey,
     const auto device = slotArgs_.find( "gpioDevice" );
     const auto reg = slotArgs_.find( regKey );
     const auto bit = slotArgs_.find( bitKey );
-    if ( device == slotArgs_.end() || reg == slotArgs_.end() || bit == slotArgs_.end() )
+    if ( device == slotArgs_.end() || reg == slotArgs_.end() || bit == slotArgs_.end() ) {
         return nullptr;
+    }
     return getRegGpioForDevice( device->second.c_str(),
                                 static_cast<uint32_t>( std::stoi( reg->second ) ),
                                 static_cast<uint32_t>( std::stoi( bit->second ) ) );
@@ -142,8 +144,9 @@ void PsuSlot::Slot::configureIdentification() {
     const std::string name = text( "identificationType" );
     TRACE( 0, "PsuSlot identification type: %s", name.c_str() );
     int type = Pmbus;
-    while ( type < Invalid && name != typeNames[ static_cast<size_t>( type ) ] )
+    while ( type < Invalid && name != typeNames[ static_cast<size_t>( type ) ] ) {
         ++type;
+    }
     type_ = static_cast<IdentificationType>( type );
 
     switch ( type_ ) {
@@ -182,22 +185,26 @@ void PsuSlot::Slot::configureIdentification() {
     case Tlv:
         break;
     }
-    if ( !command_.empty() )
+    if ( !command_.empty() ) {
         TRACE( 0, "psuSlot ipmi command: '%s'", command_.c_str() );
+    }
 }
 
 pl_status PsuSlot::Slot::readLines( bool &present, bool &powerOk ) {
     present = powerOk = true;
-    if ( !presenceGpio_ || !powerOkGpio_ )
+    if ( !presenceGpio_ || !powerOkGpio_ ) {
         return PL_STATUS_OK;
+    }
     unsigned int bit;
     pl_status status = presenceGpio_->bitRead( &bit );
-    if ( status != PL_STATUS_OK )
+    if ( status != PL_STATUS_OK ) {
         return status;
+    }
     present = ( bit != 0 ) != presenceActiveLow_;
     status = powerOkGpio_->bitRead( &bit );
-    if ( status == PL_STATUS_OK )
+    if ( status == PL_STATUS_OK ) {
         powerOk = ( bit != 0 ) != powerOkActiveLow_;
+    }
     return status;
 }
 
@@ -205,10 +212,12 @@ pl_status PsuSlot::Slot::getPresence( char **fdl ) {
     TRACE( 7, "getPresence" );
     bool present, powerOk;
     const pl_status lines = readLines( present, powerOk );
-    if ( lines != PL_STATUS_OK )
+    if ( lines != PL_STATUS_OK ) {
         return lines;
-    if ( !present )
+    }
+    if ( !present ) {
         return PL_STATUS_NOT_PRESENT;
+    }
 
     std::string serial = unknownSerial;
     std::string model = unpoweredModel;
@@ -250,8 +259,9 @@ pl_status PsuSlot::Slot::giveFdl( const std::string &serial, const std::string &
         cachedModel_ = model;
     }
     char *copy = cachedFdl_ ? strdup( cachedFdl_.get() ) : nullptr;
-    if ( !copy )
+    if ( !copy ) {
         return PL_STATUS_FAILED;
+    }
     *fdl = copy;
     return PL_STATUS_OK;
 }
@@ -283,8 +293,9 @@ pl_status PsuSlot::Slot::readSerialAndModel_( std::string &serial, std::string &
     }
     // A name with a placeholder in it could be filled in for ever.
     if ( status == PL_STATUS_OK && !serial.empty() && !model.empty() &&
-         !holdsPlaceholder( serial ) && !holdsPlaceholder( model ) )
+         !holdsPlaceholder( serial ) && !holdsPlaceholder( model ) ) {
         return PL_STATUS_OK;
+    }
     TRACE( 7, "Failed to read PSU info '%s' '%s'", serial.c_str(), model.c_str() );
     return PL_STATUS_NOT_PRESENT;
 }

@@ -27,11 +27,13 @@ std::string answerOf( std::string_view output, std::string_view key ) {
         const size_t end = std::min( output.find( '\n' ), output.size() );
         std::string_view line = output.substr( 0, end );
         output.remove_prefix( std::min( end + 1, output.size() ) );
-        if ( line.substr( 0, key.size() ) != key )
+        if ( line.substr( 0, key.size() ) != key ) {
             continue;
+        }
         line.remove_prefix( key.size() );
-        if ( !line.empty() && line.back() == '\r' )
+        if ( !line.empty() && line.back() == '\r' ) {
             line.remove_suffix( 1 );
+        }
         return trim( std::string( line ) );
     }
     return std::string();
@@ -56,24 +58,27 @@ pl_status PsuSlot::Slot::readSerialAndModelPmbus( std::string &serial, std::stri
     const Ham::ResponseId modelLength = ham->addRead8( MFR_MODEL );
     const Ham::ResponseId serialLength = ham->addRead8( MFR_SERIAL );
     int status = ham->execute();
-    if ( status )
+    if ( status ) {
         return static_cast<pl_status>( status );
+    }
     const uint8_t modelSize = size( modelLength );
     const uint8_t serialSize = size( serialLength );
     ham->prepare();
     const Ham::ResponseId modelId = ham->addRead( MFR_MODEL, modelSize, false );
     const Ham::ResponseId serialId = ham->addRead( MFR_SERIAL, serialSize, false );
     status = ham->execute();
-    if ( status )
+    if ( status ) {
         return static_cast<pl_status>( status );
+    }
     model = blockText( ham->getBlock( modelId, modelSize ) );
     serial = blockText( ham->getBlock( serialId, serialSize ) );
     return PL_STATUS_OK;
 }
 
 pl_status PsuSlot::Slot::readSerialAndModelIpmi( std::string &serial, std::string &model ) {
-    if ( !identifiable_ )
+    if ( !identifiable_ ) {
         return PL_STATUS_NOT_PRESENT;
+    }
     FruReader reader( device_->ham(), psuIndex_, allowInvalidCommonHeaderChecksum_ );
     const pl_status status = reader.read( serial, model );
     serial = trim( serial );
@@ -82,8 +87,9 @@ pl_status PsuSlot::Slot::readSerialAndModelIpmi( std::string &serial, std::strin
 }
 
 pl_status PsuSlot::Slot::readSerialAndModelIpmitool( std::string &serial, std::string &model ) {
-    if ( !identifiable_ )
+    if ( !identifiable_ ) {
         return PL_STATUS_NOT_PRESENT;
+    }
     std::string output;
     const pl_status status = runCmd( command_.c_str(), output, commandSeconds );
     if ( status == PL_STATUS_OK ) {
@@ -95,11 +101,13 @@ pl_status PsuSlot::Slot::readSerialAndModelIpmitool( std::string &serial, std::s
 
 pl_status PsuSlot::Slot::readSerialAndModelWedge( std::string &serial, std::string &model ) {
     uint8_t value;
-    if ( device_->ham()->read8( wedgeStatusRegister, &value ) )
+    if ( device_->ham()->read8( wedgeStatusRegister, &value ) ) {
         return PL_STATUS_NOT_PRESENT;
+    }
     // Supply 1 has the upper of two bits; both are active low.
-    if ( value >> ( 1 - psuIndex_ ) & 1 )
+    if ( value >> ( 1 - psuIndex_ ) & 1 ) {
         return PL_STATUS_NOT_PRESENT;
+    }
     serial = wedgeSerial;
     model = wedgeModel;
     return PL_STATUS_OK;

@@ -19,8 +19,9 @@ constexpr int microsecondsPerMillisecond = 1000;
 constexpr size_t blockReadBufferSize = 255;
 
 pl_status pauseAfter( int status, int microseconds ) {
-    if ( microseconds )
+    if ( microseconds ) {
         Utils::os.usleep( microseconds );
+    }
     return static_cast<pl_status>( status );
 }
 
@@ -77,8 +78,9 @@ pl_status SmbusProxyDriver::SmbusProxy::blockRead( unsigned char command, unsign
                                                    unsigned int *length ) {
     std::string block;
     int status = driver_->ham()->readBlock( command, &block );
-    if ( status == PL_STATUS_OK && block.size() > blockReadBufferSize )
+    if ( status == PL_STATUS_OK && block.size() > blockReadBufferSize ) {
         status = PL_STATUS_TRANSPORT;
+    }
     if ( status == PL_STATUS_OK ) {
         std::copy( block.begin(), block.end(), data );
         *length = block.size();
@@ -96,8 +98,9 @@ pl_status SmbusProxyDriver::SmbusProxy::i2cBlockRead( unsigned char command, uns
                                                       unsigned int length ) {
     std::string block;
     const int status = driver_->ham()->read( command, length, &block, false );
-    if ( status != PL_STATUS_OK || block.size() != length )
+    if ( status != PL_STATUS_OK || block.size() != length ) {
         return PL_STATUS_TRANSPORT;
+    }
     std::copy( block.begin(), block.end(), data );
     return afterRead( status );
 }

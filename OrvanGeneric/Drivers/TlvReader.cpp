@@ -22,13 +22,16 @@ constexpr char serialType = 0x23;
 /** Fewer bytes than asked for are a failure like any other; after one @p bytes is empty. */
 int readBytes( Ham::Ham *ham, int offset, unsigned length, std::string &bytes ) {
     bytes.clear();
-    if ( length == 0 )
+    if ( length == 0 ) {
         return PL_STATUS_OK;
+    }
     int status = ham->read( static_cast<unsigned>( offset ), length, &bytes, false );
-    if ( status == PL_STATUS_OK && bytes.size() < length )
+    if ( status == PL_STATUS_OK && bytes.size() < length ) {
         status = PL_STATUS_FAILED;
-    if ( status != PL_STATUS_OK )
+    }
+    if ( status != PL_STATUS_OK ) {
         bytes.clear();
+    }
     return status;
 }
 
@@ -36,8 +39,9 @@ int readBytes( Ham::Ham *ham, int offset, unsigned length, std::string &bytes ) 
 
 pl_status readTlvInfo( Ham::Ham *ham, std::string &serial, std::string &model ) {
     std::string header;
-    if ( readBytes( ham, 0, headerSize, header ) != PL_STATUS_OK )
+    if ( readBytes( ham, 0, headerSize, header ) != PL_STATUS_OK ) {
         return PL_STATUS_NOT_PRESENT;
+    }
     assert( header.substr( 0, 7 ) == "TlvInfo" );
     assert( header[ 7 ] == '\0' );
     assert( header[ 8 ] == '\x01' );
@@ -53,10 +57,11 @@ pl_status readTlvInfo( Ham::Ham *ham, std::string &serial, std::string &model ) 
         const auto length = static_cast<uint8_t>( field[ 1 ] );
         const int valueOffset = offset + static_cast<int>( fieldHeaderSize );
         // A value that cannot be read stays empty, and the supply unidentified.
-        if ( field[ 0 ] == serialType )
+        if ( field[ 0 ] == serialType ) {
             readBytes( ham, valueOffset, length, serial );
-        else if ( field[ 0 ] == modelType )
+        } else if ( field[ 0 ] == modelType ) {
             readBytes( ham, valueOffset, length, model );
+        }
         offset = valueOffset + length;
     }
     return serial.empty() || model.empty() ? PL_STATUS_NOT_PRESENT : PL_STATUS_OK;

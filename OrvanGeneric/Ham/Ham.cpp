@@ -83,8 +83,9 @@ int Ham::recvByte( uint8_t *out ) {
     prepare();
     const ResponseId id = addRecvByte();
     const int status = execute();
-    if ( status == 0 )
+    if ( status == 0 ) {
         *out = get8( id );
+    }
     return status;
 }
 
@@ -92,8 +93,9 @@ int Ham::read8( unsigned reg, uint8_t *out ) {
     prepare();
     const ResponseId id = addRead8( reg );
     const int status = execute();
-    if ( status == 0 )
+    if ( status == 0 ) {
         *out = get8( id );
+    }
     return status;
 }
 
@@ -101,8 +103,9 @@ int Ham::read16( unsigned reg, uint16_t *out ) {
     prepare();
     const ResponseId id = addRead16( reg );
     const int status = execute();
-    if ( status == 0 )
+    if ( status == 0 ) {
         *out = get16( id );
+    }
     return status;
 }
 
@@ -110,8 +113,9 @@ int Ham::read32( unsigned reg, uint32_t *out ) {
     prepare();
     const ResponseId id = addRead32( reg );
     const int status = execute();
-    if ( status == 0 )
+    if ( status == 0 ) {
         *out = get32( id );
+    }
     return status;
 }
 
@@ -155,8 +159,9 @@ int Ham::processCall( unsigned reg, uint16_t value, uint16_t *out ) {
     prepare();
     const ResponseId id = addProcessCall( reg, value );
     const int status = execute();
-    if ( status == 0 )
+    if ( status == 0 ) {
         *out = get16( id );
+    }
     return status;
 }
 
@@ -164,8 +169,9 @@ int Ham::read( unsigned reg, unsigned len, std::string *out, bool flag ) {
     prepare();
     const ResponseId id = addRead( reg, len, flag );
     const int status = execute();
-    if ( status == 0 )
+    if ( status == 0 ) {
         getBlock( id, len ).swap( *out );
+    }
     return status;
 }
 
@@ -173,8 +179,9 @@ int Ham::readBlock( unsigned reg, std::string *out ) {
     prepare();
     const ResponseId id = addReadBlock( reg );
     const int status = execute();
-    if ( status == 0 )
+    if ( status == 0 ) {
         getBlock( id, 0 ).swap( *out );
+    }
     return status;
 }
 
@@ -216,8 +223,9 @@ Ham *createHam( const Drivers::DriverArgs &args ) {
     const std::string name = Utils::inSimulation() ? "SimHam" : search.hamName;
     TRACE( 0, "creating %s HAM using topology information", name.c_str() );
     Ham *ham = Ham::create( name, *topology, args );
-    if ( !ham )
+    if ( !ham ) {
         TRACE( 0, "failed to create HAM" );
+    }
     return ham;
 }
 

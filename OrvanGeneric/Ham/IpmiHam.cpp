@@ -39,23 +39,26 @@ char IpmiHam::upperCase( char c ) {
 }
 
 std::string IpmiHam::upperCase( std::string name ) {
-    for ( char &c : name )
+    for ( char &c : name ) {
         c = upperCase( c );
+    }
     return name;
 }
 
 const std::string &IpmiHam::keyOf( const std::string &name ) {
     key_ = name;
-    for ( char &c : key_ )
+    for ( char &c : key_ ) {
         c = upperCase( c );
+    }
     return key_;
 }
 
 int IpmiHam::getSensorVal( const std::string &name, std::string *value ) {
     refresh( name );
     const auto it = sensors.find( keyOf( name ) );
-    if ( it == sensors.end() )
+    if ( it == sensors.end() ) {
         return PL_STATUS_TRANSPORT;
+    }
     *value = it->second;
     return status;
 }
@@ -63,24 +66,27 @@ int IpmiHam::getSensorVal( const std::string &name, std::string *value ) {
 int IpmiHam::getSensorVal( const std::string &name, int *value ) {
     std::string reading;
     const int result = getSensorVal( name, &reading );
-    if ( result == 0 )
+    if ( result == 0 ) {
         *value = std::stoi( reading );
+    }
     return result;
 }
 
 int IpmiHam::getSensorVal( const std::string &name, float *value ) {
     std::string reading;
     const int result = getSensorVal( name, &reading );
-    if ( result == 0 )
+    if ( result == 0 ) {
         *value = std::stof( reading );
+    }
     return result;
 }
 
 int IpmiHam::getFruVal( const std::string &name, FruData &data ) {
     refresh( name );
     const auto it = frus.find( keyOf( name ) );
-    if ( it == frus.end() )
+    if ( it == frus.end() ) {
         return PL_STATUS_TRANSPORT;
+    }
     data = it->second;
     return status;
 }
@@ -96,8 +102,9 @@ int IpmiHam::fanPresence( const std::string &name, bool *present ) {
 int IpmiHam::psuPresence( const std::string &name, std::string *model ) {
     FruData data;
     const int result = getFruVal( name, data );
-    if ( result == 0 )
+    if ( result == 0 ) {
         *model = data.model;
+    }
     return result;
 }
 
@@ -111,8 +118,9 @@ std::shared_ptr<IpmiHam> createIpmiHam( const std::string &name ) {
     }
     TRACE( 3, "creating  %s factory function", name.c_str() );
     std::shared_ptr<IpmiHam> ham = it->second();
-    if ( !ham )
+    if ( !ham ) {
         TRACE( 0, "Failed to create ham %s", name.c_str() );
+    }
     return ham;
 }
 

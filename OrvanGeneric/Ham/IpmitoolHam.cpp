@@ -33,18 +33,23 @@ int64_t milliseconds() {
 
 bool hasOption( const std::string &command, const std::string &option ) {
     std::istringstream words( command );
-    for ( std::string word; words >> word; )
-        if ( word.compare( 0, option.size(), option ) == 0 )
+    for ( std::string word; words >> word; ) {
+        if ( word.compare( 0, option.size(), option ) == 0 ) {
             return true;
+        }
+    }
     return false;
 }
 
 /** The command with bounds to how often and how long it tries a remote BMC. */
 std::string bounded( std::string command ) {
-    if ( hasOption( command, "-H" ) )
-        for ( const char *option : { "-N", "-R" } )
-            if ( !hasOption( command, option ) )
+    if ( hasOption( command, "-H" ) ) {
+        for ( const char *option : { "-N", "-R" } ) {
+            if ( !hasOption( command, option ) ) {
                 command += std::string( " " ) + option + " 1";
+            }
+        }
+    }
     return command;
 }
 
@@ -67,8 +72,9 @@ std::shared_ptr<IpmiHam> IpmitoolHam::create() {
 
 void IpmitoolHam::configure( const Drivers::DriverArgs &args ) {
     const auto command = args.driverArgs.find( "ipmiCommand" );
-    if ( command != args.driverArgs.end() )
+    if ( command != args.driverArgs.end() ) {
         command_ = bounded( command->second );
+    }
     const int ipmiTimeout = intArg( args, "ipmiTimeout", defaultLimit );
     assert( ipmiTimeout >= 1 );
     limit_ = static_cast<unsigned>( ipmiTimeout );
@@ -97,14 +103,18 @@ std::string IpmitoolHam::airflowId( const std::string &name ) {
 void IpmitoolHam::refresh( const std::string &name ) {
     const int64_t now = milliseconds();
     if ( !finishedAt_ ||
-         ( status == 0 ? now - *finishedAt_ > cacheAge_ : now - *finishedAt_ >= backOff_ ) )
+         ( status == 0 ? now - *finishedAt_ > cacheAge_ : now - *finishedAt_ >= backOff_ ) ) {
         refreshSensors();
-    if ( status != 0 )
+    }
+    if ( status != 0 ) {
         return;
-    if ( name.size() > listedNameLength )
+    }
+    if ( name.size() > listedNameLength ) {
         refreshLongName( name );
-    if ( fruNames_.count( name ) && ( !frusAt_ || now - *frusAt_ > cacheAge_ ) )
+    }
+    if ( fruNames_.count( name ) && ( !frusAt_ || now - *frusAt_ > cacheAge_ ) ) {
         refreshFrus();
+    }
 }
 
 void IpmitoolHam::refreshSensors() {
@@ -116,10 +126,12 @@ void IpmitoolHam::refreshSensors() {
         return finish( false );
     }
     std::map<std::string, std::string> readings;
-    for ( const auto &[ name, reading ] : list.readings )
+    for ( const auto &[ name, reading ] : list.readings ) {
         readings.emplace( upperCase( name ), reading );
-    if ( !fetchLongNames( longNames_, list, readings ) )
+    }
+    if ( !fetchLongNames( longNames_, list, readings ) ) {
         return finish( false );
+    }
     sensors = std::move( readings );
     fruNames_ = { list.frus.begin(), list.frus.end() };
     fruNames_.insert( builtinFru );
@@ -128,8 +140,9 @@ void IpmitoolHam::refreshSensors() {
 }
 
 void IpmitoolHam::refreshLongName( const std::string &name ) {
-    if ( longNames_.insert( name ).second && !fetchLongNames( { name }, list_, sensors ) )
+    if ( longNames_.insert( name ).second && !fetchLongNames( { name }, list_, sensors ) ) {
         finish( false );
+    }
 }
 
 bool IpmitoolHam::fetchLongNames( const std::set<std::string> &names, const SensorList &list,
@@ -137,30 +150,37 @@ bool IpmitoolHam::fetchLongNames( const std::set<std::string> &names, const Sens
     std::map<std::string, std::string> found;
     std::string analog;
     std::string output;
-    for ( const std::string &name : names )
-        if ( list.analog.count( name.substr( 0, listedNameLength ) ) )
+    for ( const std::string &name : names ) {
+        if ( list.analog.count( name.substr( 0, listedNameLength ) ) ) {
             analog += ' ' + Drivers::shellQuote( name );
+        }
+    }
     if ( !analog.empty() ) {
-        if ( !run( "-c sensor reading" + analog, output ) )
+        if ( !run( "-c sensor reading" + analog, output ) ) {
             return false;
+        }
         found = parseSensorReadings( output );
     }
     // Discrete sensors are not read by name, only described, and under the name that is cut.
     for ( const std::string &name : names ) {
         const std::string cut = name.substr( 0, listedNameLength );
-        if ( found.count( name ) || !list.discrete.count( cut ) )
+        if ( found.count( name ) || !list.discrete.count( cut ) ) {
             continue;
-        if ( !run( "-c sdr get " + Drivers::shellQuote( name ), output ) )
+        }
+        if ( !run( "-c sdr get " + Drivers::shellQuote( name ), output ) ) {
             return false;
+        }
         const SensorList one = parseSensorList( output );
         const auto it = one.readings.find( cut );
-        if ( it != one.readings.end() && one.discrete.count( cut ) )
+        if ( it != one.readings.end() && one.discrete.count( cut ) ) {
             found[ name ] = it->second;
+        }
     }
     for ( const std::string &name : names ) {
         const auto it = found.find( name );
-        if ( it == found.end() )
+        if ( it == found.end() ) {
             continue;
+        }
         const std::string upper = upperCase( name );
         const bool airflow = upper.rfind( airflowSensorPrefix, 0 ) == 0;
         const char *direction = std::stof( it->second ) != 0 ? backToFront : frontToBack;
@@ -178,16 +198,18 @@ void IpmitoolHam::refreshFrus() {
         return finish( false );
     }
     frus.clear();
-    for ( const auto &[ name, data ] : list.frus )
+    for ( const auto &[ name, data ] : list.frus ) {
         frus.emplace( upperCase( name ), data );
+    }
     frusAt_ = milliseconds();
 }
 
 bool IpmitoolHam::run( const std::string &arguments, std::string &output ) const {
     // Nobody is there to answer a tool that asks, for a password for example.
     const std::string command = command_ + ' ' + arguments + " </dev/null 2>/dev/null";
-    if ( run_( command.c_str(), output, limit_ ) != PL_STATUS_TRANSPORT )
+    if ( run_( command.c_str(), output, limit_ ) != PL_STATUS_TRANSPORT ) {
         return true;
+    }
     TRACE( 0, "Error: ipmitool took longer than %u s", limit_ );
     return false;
 }

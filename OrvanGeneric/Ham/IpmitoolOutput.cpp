@@ -51,8 +51,9 @@ bool isOneOf( string_view text, const string_view ( &words )[ n ] ) {
 string_view trimmed( string_view text ) {
     constexpr const char *blanks = " \t\r";
     const size_t first = text.find_first_not_of( blanks );
-    if ( first == string_view::npos )
+    if ( first == string_view::npos ) {
         return text.substr( 0, 0 );
+    }
     return text.substr( first, text.find_last_not_of( blanks ) - first + 1 );
 }
 
@@ -83,8 +84,9 @@ bool isSensorNumber( string_view text ) {
 /** An entity and its instance, "10.1". */
 bool isEntity( string_view text ) {
     const size_t dot = text.find( '.' );
-    if ( dot == 0 || dot == string_view::npos || dot + 1 == text.size() )
+    if ( dot == 0 || dot == string_view::npos || dot + 1 == text.size() ) {
         return false;
+    }
     return std::all_of( text.begin(), text.begin() + dot, isDigit ) &&
            std::all_of( text.begin() + dot + 1, text.end(), isDigit );
 }
@@ -94,8 +96,9 @@ template <typename Use>
 void forEachLine( string_view output, Use use ) {
     while ( !output.empty() ) {
         const size_t end = std::min( output.find( '\n' ), output.size() );
-        if ( end <= longestLine )
+        if ( end <= longestLine ) {
             use( output.substr( 0, end ) );
+        }
         output.remove_prefix( std::min( end + 1, output.size() ) );
     }
 }
@@ -105,8 +108,9 @@ std::vector<string_view> fieldsOf( string_view line ) {
     for ( ;; ) {
         const size_t comma = line.find( ',' );
         fields.push_back( trimmed( line.substr( 0, comma ) ) );
-        if ( comma == string_view::npos )
+        if ( comma == string_view::npos ) {
             return fields;
+        }
         line.remove_prefix( comma + 1 );
     }
 }
@@ -121,11 +125,13 @@ string_view nameBefore( string_view line, string_view rest ) {
 const char *discreteReading( const std::vector<string_view> &fields, size_t firstState ) {
     bool asserted = false;
     for ( size_t i = firstState; i < fields.size(); ++i ) {
-        if ( fields[ i ].empty() )
+        if ( fields[ i ].empty() ) {
             continue;
+        }
         // Some states go on behind a colon with the details.
-        if ( isOneOf( trimmed( fields[ i ].substr( 0, fields[ i ].find( ':' ) ) ), badStates ) )
+        if ( isOneOf( trimmed( fields[ i ].substr( 0, fields[ i ].find( ':' ) ) ), badStates ) ) {
             return "0";
+        }
         asserted = true;
     }
     return asserted ? "1" : "0";
@@ -135,41 +141,48 @@ const char *discreteReading( const std::vector<string_view> &fields, size_t firs
 bool takeNumbered( string_view line, const std::vector<string_view> &fields, SensorList &list ) {
     for ( size_t i = 1; i + 2 < fields.size(); ++i ) {
         if ( !isSensorNumber( fields[ i ] ) || !isOneOf( fields[ i + 1 ], statuses ) ||
-             !isEntity( fields[ i + 2 ] ) )
+             !isEntity( fields[ i + 2 ] ) ) {
             continue;
+        }
         const string_view name = nameBefore( line, fields[ i ] );
-        if ( !isName( name ) )
+        if ( !isName( name ) ) {
             return true;
+        }
         const size_t firstState = i + 3;
         if ( firstState == fields.size() ) {
             list.frus.emplace( name );
             return true;
         }
         list.discrete.emplace( name );
-        if ( fields[ i + 1 ] != noReading )
+        if ( fields[ i + 1 ] != noReading ) {
             list.readings.emplace( name, discreteReading( fields, firstState ) );
+        }
         return true;
     }
     return false;
 }
 
 void takeAnalog( string_view line, const std::vector<string_view> &fields, SensorList &list ) {
-    if ( fields.size() < 4 || !isOneOf( fields.back(), statuses ) )
+    if ( fields.size() < 4 || !isOneOf( fields.back(), statuses ) ) {
         return;
+    }
     const string_view value = fields[ fields.size() - 3 ];
     const string_view name = nameBefore( line, value );
-    if ( !isName( name ) )
+    if ( !isName( name ) ) {
         return;
+    }
     list.analog.emplace( name );
-    if ( fields.back() != noReading && isNumber( value ) )
+    if ( fields.back() != noReading && isNumber( value ) ) {
         list.readings.emplace( name, value );
+    }
 }
 
 /** The field's name and value of a " FIELD : VALUE" line, empty where it is none. */
 std::pair<string_view, string_view> fieldAndValue( string_view line ) {
     const size_t colon = line.find( ':' );
-    if ( colon == string_view::npos )
+    if ( colon == string_view::npos ) {
         return {};
+    }
     return { trimmed( line.substr( 0, colon ) ), trimmed( line.substr( colon + 1 ) ) };
 }
 
@@ -182,8 +195,9 @@ struct Unit {
     void addTo( FruList &list ) const {
         const FruData data = { product.model.empty() ? board.model : product.model,
                                product.serial.empty() ? board.serial : product.serial };
-        if ( !name.empty() && !( data.model.empty() && data.serial.empty() ) )
+        if ( !name.empty() && !( data.model.empty() && data.serial.empty() ) ) {
             list.frus.emplace( name, data );
+        }
     }
 };
 
@@ -192,11 +206,13 @@ struct Unit {
 SensorList parseSensorList( const std::string &output ) {
     SensorList list;
     forEachLine( output, [ &list ]( string_view line ) {
-        if ( list.analog.size() + list.discrete.size() + list.frus.size() >= mostRecords )
+        if ( list.analog.size() + list.discrete.size() + list.frus.size() >= mostRecords ) {
             return;
+        }
         const std::vector<string_view> fields = fieldsOf( line );
-        if ( !takeNumbered( line, fields, list ) )
+        if ( !takeNumbered( line, fields, list ) ) {
             takeAnalog( line, fields, list );
+        }
     } );
     return list;
 }
@@ -205,12 +221,14 @@ std::map<std::string, std::string> parseSensorReadings( const std::string &outpu
     std::map<std::string, std::string> readings;
     forEachLine( output, [ &readings ]( string_view line ) {
         const size_t comma = line.rfind( ',' );
-        if ( comma == string_view::npos || readings.size() >= mostRecords )
+        if ( comma == string_view::npos || readings.size() >= mostRecords ) {
             return;
+        }
         const string_view name = trimmed( line.substr( 0, comma ) );
         const string_view value = trimmed( line.substr( comma + 1 ) );
-        if ( isName( name ) && isNumber( value ) )
+        if ( isName( name ) && isNumber( value ) ) {
             readings.emplace( name, value );
+        }
     } );
     return readings;
 }
@@ -224,8 +242,9 @@ FruList parseFruList( const std::string &output ) {
             unit.addTo( list );
             unit = Unit();
             const string_view name = trimmed( value.substr( 0, value.rfind( " (ID " ) ) );
-            if ( !isName( name ) || list.frus.size() >= mostRecords )
+            if ( !isName( name ) || list.frus.size() >= mostRecords ) {
                 return;
+            }
             list.recognised = true;
             unit.name = name;
         } else if ( field == "Product Name" ) {

@@ -1,10 +1,10 @@
 #include "OrvanGeneric/Ham/OrvanSmbusHam.h"
 
+#include <PLSocket.h>
 #include <cassert>
 #include <cerrno>
 #include <cstring>
 
-#include <PLSocket.h>
 #include <pl/types.h>
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
@@ -58,8 +58,9 @@ void OrvanSmbusHam::init() {
 
 void OrvanSmbusHam::prepare() {
     // RemoveLast keeps the removed entries allocated for the next batch, DeleteSubrange would not.
-    while ( request.requests_size() > prepareRequestCount )
+    while ( request.requests_size() > prepareRequestCount ) {
         request.mutable_requests()->RemoveLast();
+    }
     response.Clear();
     nextResponseId = -1;
 }
@@ -74,8 +75,9 @@ int OrvanSmbusHam::execute() {
         setAddress( device );
     }
     TRACE( 4, "executing OrvanSmbusHam request" );
-    if ( retrySet )
+    if ( retrySet ) {
         request.set_retrycount( retryCount );
+    }
     if ( _plSock->sendRequestWait( &request, &reply ) < 0 ) {
         TRACE( 3, "%s: error. %d, %s", "execute", errno, strerror( errno ) );
         return PL_STATUS_TRANSPORT;

@@ -29,19 +29,22 @@ bool OrvanSmbusVisitor::visit( const Topology::Bus *node ) {
 }
 
 bool OrvanSmbusVisitor::visit( const Topology::Accelerator *node ) {
-    if ( found )
+    if ( found ) {
         ham->address.accelerator = node->id & idMask;
+    }
     return true;
 }
 
 bool OrvanSmbusVisitor::visit( const Topology::Mux *node ) {
-    if ( !found )
+    if ( !found ) {
         return true;
+    }
     TRACE( 3, "Mux using device %u with value %u", node->did, static_cast<unsigned>( busId ) );
     const Topology::Device *topoDev = Topology::findDevice( node->did );
     assert( topoDev );
-    if ( !topoDev->args )
+    if ( !topoDev->args ) {
         TRACE( 3, "Device %u isn't declared inline", node->did );
+    }
     assert( topoDev->args );
     Drivers::DriverArgs muxArgs = *topoDev->args;
     Component::DeviceBase *muxDevice = Component::HardwareDevice::create( muxArgs, nullptr );
@@ -85,15 +88,17 @@ bool OrvanSmbusVisitor::visit( const Topology::LinuxFs * ) {
 }
 
 bool OrvanSmbusDriverVisitor::visit( const Topology::Component *node ) {
-    if ( node->uid != args_.uid )
+    if ( node->uid != args_.uid ) {
         return true;
+    }
     found = true;
     return false;
 }
 
 bool OrvanSmbusDriverVisitor::visit( const Topology::Device *node ) {
-    if ( !found && ( args_.uid != Drivers::noComponent || node->did != args_.did ) )
+    if ( !found && ( args_.uid != Drivers::noComponent || node->did != args_.did ) ) {
         return true;
+    }
     Topology::HamAddress address = args_.address;
     address.addrSize = 1;
     foundAt( address );

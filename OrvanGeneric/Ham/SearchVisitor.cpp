@@ -6,8 +6,9 @@
 namespace Ham {
 
 bool SearchVisitor::visit( const Topology::Component *node ) {
-    if ( node->uid != uid )
+    if ( node->uid != uid ) {
         return true;
+    }
     TRACE( 2, "Component %u found in tree", uid );
     found = true;
     return false;
@@ -15,8 +16,9 @@ bool SearchVisitor::visit( const Topology::Component *node ) {
 
 bool SearchVisitor::visit( const Topology::Device *node ) {
     if ( !found ) {
-        if ( uid != Drivers::noComponent || node->did != did )
+        if ( uid != Drivers::noComponent || node->did != did ) {
             return true;
+        }
         found = true;
     }
     TRACE( 2, "Device %u contain the component", node->did );
@@ -25,20 +27,23 @@ bool SearchVisitor::visit( const Topology::Device *node ) {
 }
 
 bool SearchVisitor::visit( const Topology::Mux *node ) {
-    if ( found )
+    if ( found ) {
         TRACE( 2, "Mux using device %d", static_cast<int>( node->did ) );
+    }
     return !found;
 }
 
 bool SearchVisitor::visit( const Topology::Bus *node ) {
-    if ( found )
+    if ( found ) {
         TRACE( 2, "BusId %u", static_cast<unsigned>( node->id ) );
+    }
     return true;
 }
 
 bool SearchVisitor::visit( const Topology::Accelerator *node ) {
-    if ( found )
+    if ( found ) {
         TRACE( 2, "AccelId %u", node->id );
+    }
     return true;
 }
 

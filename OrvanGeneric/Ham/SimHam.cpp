@@ -59,10 +59,12 @@ bool writeAll( int fd, const std::string &text ) {
     size_t done = 0;
     while ( done < text.size() ) {
         const ssize_t n = write( fd, text.data() + done, text.size() - done );
-        if ( n < 0 && errno == EINTR )
+        if ( n < 0 && errno == EINTR ) {
             continue;
-        if ( n <= 0 )
+        }
+        if ( n <= 0 ) {
             return false;
+        }
         done += static_cast<size_t>( n );
     }
     return true;
@@ -87,15 +89,17 @@ void SimHam::setDriverName( const std::string &driver, const std::string &label 
     driverName_ = driver;
     label_ = label;
     simFileName_ = simulationDirectory() + "/" + driver;
-    if ( !label.empty() )
+    if ( !label.empty() ) {
         simFileName_ += "-" + label;
+    }
 }
 
 void SimHam::setExpected( const Utils::ExpectedValues *expected ) {
     expected_ = expected;
     simFileExists_ = false;
-    if ( expected_ && !expected_->empty() )
+    if ( expected_ && !expected_->empty() ) {
         createSimFile();
+    }
 }
 
 void SimHam::createSimFile() {
@@ -138,8 +142,9 @@ bool SimHam::isAddrSimulated() const {
 }
 
 bool SimHam::canAccess() {
-    if ( simFileExists_ && isAddrSimulated() )
+    if ( simFileExists_ && isAddrSimulated() ) {
         return true;
+    }
     TRACE( 0,
            "WARNING: Simulated Driver %s doesn't yet have expectedVal set for register 0x%x using "
            "SIMULATION_HAM()\n",
@@ -160,10 +165,12 @@ ResponseId SimHam::add( unsigned reg ) {
 int SimHam::execute() {
     executed_ = true;
     // Get operations move the saved register; the batch is judged by what was added last.
-    if ( !batch_.empty() )
+    if ( !batch_.empty() ) {
         saveReg( batch_.back() );
-    if ( !simFileExists_ || isAddrSimulated() )
+    }
+    if ( !simFileExists_ || isAddrSimulated() ) {
         return 0;
+    }
     return noExpectedValue;
 }
 
@@ -182,8 +189,9 @@ ResponseId SimHam::addReadBlock( unsigned reg ) {
 
 void SimHam::writeNumber( unsigned reg, unsigned value, unsigned size ) {
     add( reg );
-    if ( !canAccess() || expected_->at( reg ).size() != size )
+    if ( !canAccess() || expected_->at( reg ).size() != size ) {
         return;
+    }
     char digits[ 2 * sizeof( unsigned ) + 1 ];
     std::snprintf( digits, sizeof( digits ), "%0*x", static_cast<int>( 2 * size ), value );
     writeToFile( digits );
@@ -198,11 +206,13 @@ void SimHam::addWrite16( unsigned reg, uint16_t value, bool ) {
 
 void SimHam::addWriteBlock( unsigned reg, const void *data, unsigned len, bool ) {
     add( reg );
-    if ( !canAccess() )
+    if ( !canAccess() ) {
         return;
+    }
     const Utils::ExpectedVal &val = expected_->at( reg );
-    if ( !val.isNumeric() && val.size() == len )
+    if ( !val.isNumeric() && val.size() == len ) {
         writeToFile( std::string( static_cast<const char *>( data ), len ) );
+    }
 }
 
 void SimHam::addWrite( unsigned reg, const void *data, unsigned len, bool pec ) {
@@ -210,14 +220,16 @@ void SimHam::addWrite( unsigned reg, const void *data, unsigned len, bool pec ) 
 }
 
 bool SimHam::select( ResponseId id ) {
-    if ( id < batch_.size() )
+    if ( id < batch_.size() ) {
         saveReg( batch_[ id ] );
+    }
     return canAccess();
 }
 
 unsigned SimHam::readHex( ResponseId id, size_t digits ) {
-    if ( !select( id ) )
+    if ( !select( id ) ) {
         return 0;
+    }
     const std::string text = readFromFile( digits );
     unsigned value = 0;
     std::from_chars( text.data(), text.data() + text.size(), value, 16 );
@@ -232,8 +244,9 @@ uint16_t SimHam::get16( ResponseId id ) {
 }
 
 std::string SimHam::getBlock( ResponseId id, unsigned len ) {
-    if ( !select( id ) )
+    if ( !select( id ) ) {
         return std::string();
+    }
     return readFromFile( len ? len : expected_->at( savedReg_ ).size() );
 }
 

@@ -1,11 +1,11 @@
 #include "orvan/board/Board.h"
 
-#include "orvan/json/Schema.h"
+#include <algorithm>
+#include <map>
 
 #include <fmt/core.h>
 
-#include <algorithm>
-#include <map>
+#include "orvan/json/Schema.h"
 
 namespace orvan {
 

@@ -1,12 +1,15 @@
-/** A board folder: what is on the board, and what the host adds from it. */
+/**
+ * @file
+ * A board folder: what is on the board, and what the host adds from it.
+ */
 #pragma once
-
-#include "orvan/board/DescriptionCheck.h"
-#include "orvan/board/TopologyIndex.h"
 
 #include <filesystem>
 #include <string>
 #include <vector>
+
+#include "orvan/board/DescriptionCheck.h"
+#include "orvan/board/TopologyIndex.h"
 
 namespace orvan {
 
@@ -14,14 +17,14 @@ namespace orvan {
 struct PeripheralDescription {
     std::string kind;
     std::string name;
-    std::string device;          /**< handed to the add function: JSON text, or for smbus a label */
-    uint32_t address = 0;        /**< smbus with a label: the device's address */
-    float alert = 0;             /**< temp_sensor: degrees Celsius */
-    float critical = 0;          /**< temp_sensor: degrees Celsius */
-    ArgTexts args;               /**< "driverArgs", what the host itself shows or reckons with */
-    std::vector<ArgTexts> parts; /**< of a multi-device: each part's arguments and the slot's */
-    std::string driver;          /**< for people */
-    std::string place;           /**< for people: the way to the device, and its address */
+    std::string device;          ///< handed to the add function: JSON text, or for smbus a label
+    uint32_t address = 0;        ///< smbus with a label: the device's address
+    float alert = 0;             ///< temp_sensor: degrees Celsius
+    float critical = 0;          ///< temp_sensor: degrees Celsius
+    ArgTexts args;               ///< "driverArgs", what the host itself shows or reckons with
+    std::vector<ArgTexts> parts; ///< of a multi-device: each part's arguments and the slot's
+    std::string driver;          ///< for people
+    std::string place;           ///< for people: the way to the device, and its address
 };
 
 /** A board whose files have been read and found good. */

@@ -1,11 +1,11 @@
 #include "orvan/board/DescriptionCheck.h"
 
-#include "orvan/json/Schema.h"
+#include <cstring>
+#include <sstream>
 
 #include <fmt/core.h>
 
-#include <cstring>
-#include <sstream>
+#include "orvan/json/Schema.h"
 
 namespace orvan {
 

@@ -1,11 +1,14 @@
-/** Device descriptions, checked against the topology and the drivers' needs before the library sees them. */
+/**
+ * @file
+ * Device descriptions, checked against the topology and the drivers' needs before the library sees them.
+ */
 #pragma once
-
-#include "orvan/board/DriverTable.h"
-#include "orvan/board/TopologyIndex.h"
 
 #include <map>
 #include <string>
+
+#include "orvan/board/DriverTable.h"
+#include "orvan/board/TopologyIndex.h"
 
 namespace orvan {
 
@@ -43,7 +46,7 @@ class DescriptionCheck {
     struct Maker {
         const DriverRow *driver;
         std::string where;
-        bool gpioOnly; /**< made with "type" "gpio" by a driver that then offers nothing else */
+        bool gpioOnly; ///< made with "type" "gpio" by a driver that then offers nothing else
     };
     /** What is being checked: where to point when an argument is wrong. */
     struct Subject {

@@ -1,9 +1,9 @@
 #include "orvan/board/DriverTable.h"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <charconv>
+
+#include <fmt/core.h>
 
 namespace orvan {
 

@@ -1,4 +1,7 @@
-/** What the library's drivers ask of a device description, as data. */
+/**
+ * @file
+ * What the library's drivers ask of a device description, as data.
+ */
 #pragma once
 
 #include <cstddef>
@@ -14,12 +17,12 @@ enum class Service { Gpio, Led, Fan, TempSensor, SfpXcvr, QsfpXcvr, Psu, Slot, S
 
 /** How an argument's text is judged. */
 enum class ArgType {
-    Integer,     /**< decimal, from minimum to maximum */
-    Flag,        /**< "true" or "false" */
-    OneOf,       /**< one of the texts in `texts`, separated by '|' */
-    Text,        /**< any text but the empty one */
-    Template,    /**< a text that holds each of the placeholders in `texts`, separated by '|' */
-    DeviceLabel, /**< the label of a device that the topology declares with a driver */
+    Integer,     ///< decimal, from minimum to maximum
+    Flag,        ///< "true" or "false"
+    OneOf,       ///< one of the texts in `texts`, separated by '|'
+    Text,        ///< any text but the empty one
+    Template,    ///< a text that holds each of the placeholders in `texts`, separated by '|'
+    DeviceLabel, ///< the label of a device that the topology declares with a driver
 };
 
 /** One argument of "driverArgs". */
@@ -49,18 +52,18 @@ struct ServiceRow {
 
 /** Peculiarities that no argument rule expresses. */
 enum DriverTrait : unsigned {
-    NeedsNoHam = 1,          /**< works with "provideHam": 0 */
-    IsMultiDevice = 2,       /**< "isMultiDevice" must be true; elsewhere it must not */
-    ReadsPsuExpander = 4,    /**< looks up the device labelled "PsuPCA" */
-    NumberedModels = 8,      /**< pairs "model_N" and "psuFdl_N", counted from 1 */
-    GpioTypeOffersNone = 16, /**< made with "type" "gpio" it serves GPIO lines only */
-    FansReadOnly = 32,       /**< setting a fan's speed ends the process */
+    NeedsNoHam = 1,          ///< works with "provideHam": 0
+    IsMultiDevice = 2,       ///< "isMultiDevice" must be true; elsewhere it must not
+    ReadsPsuExpander = 4,    ///< looks up the device labelled "PsuPCA"
+    NumberedModels = 8,      ///< pairs "model_N" and "psuFdl_N", counted from 1
+    GpioTypeOffersNone = 16, ///< made with "type" "gpio" it serves GPIO lines only
+    FansReadOnly = 32,       ///< setting a fan's speed ends the process
 };
 
 /** One driver of the library. */
 struct DriverRow {
     const char *name;
-    const char *implementation; /**< equal for names of one and the same driver */
+    const char *implementation; ///< equal for names of one and the same driver
     unsigned traits;
     std::span<const ArgRule> creation;
     std::span<const ServiceRow> services;

@@ -1,14 +1,14 @@
 #include "orvan/board/TopologyIndex.h"
 
-#include "orvan/board/DriverTable.h"
-#include "orvan/json/Schema.h"
-
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <set>
 #include <span>
 #include <string_view>
+
+#include <fmt/core.h>
+
+#include "orvan/board/DriverTable.h"
+#include "orvan/json/Schema.h"
 
 namespace orvan {
 

@@ -1,7 +1,8 @@
-/** A board's topology, checked, with the way to each of its devices. */
+/**
+ * @file
+ * A board's topology, checked, with the way to each of its devices.
+ */
 #pragma once
-
-#include "orvan/json/JsonFile.h"
 
 #include <cstdint>
 #include <map>
@@ -9,27 +10,29 @@
 #include <string>
 #include <vector>
 
+#include "orvan/json/JsonFile.h"
+
 namespace orvan {
 
 /** A mux on the way to a device, and the channel that leads on. */
 struct MuxStep {
-    uint32_t did = 0;     /**< of the mux chip */
-    uint32_t channel = 0; /**< the byte written to its control register */
-    std::string pointer;  /**< of the mux in the topology */
+    uint32_t did = 0;     ///< of the mux chip
+    uint32_t channel = 0; ///< the byte written to its control register
+    std::string pointer;  ///< of the mux in the topology
 };
 
 /** Where a device is. */
 struct DevicePlace {
     uint32_t did = 0;
     std::string label;
-    std::string pointer;                      /**< of the device in the topology */
-    const rapidjson::Value *object = nullptr; /**< in the topology's document */
-    std::string medium;                       /**< its type, with its label or number */
+    std::string pointer;                      ///< of the device in the topology
+    const rapidjson::Value *object = nullptr; ///< in the topology's document
+    std::string medium;                       ///< its type, with its label or number
     std::string ham;
-    bool onFileSystem = false; /**< below a "LinuxFs" medium, which no access manager serves */
+    bool onFileSystem = false; ///< below a "LinuxFs" medium, which no access manager serves
     std::optional<uint32_t> accelerator;
-    std::optional<uint32_t> bus; /**< on the medium or accelerator; none on a file system */
-    std::vector<MuxStep> muxes;  /**< root side first */
+    std::optional<uint32_t> bus; ///< on the medium or accelerator; none on a file system
+    std::vector<MuxStep> muxes;  ///< root side first
 
     /** True when the topology gives the device a driver: it can be made without a description. */
     bool inlineDeclared() const;

@@ -1,15 +1,18 @@
-/** The commands of orvan: what they are called on the command line, and what they do. */
+/**
+ * @file
+ * The commands of orvan: what they are called on the command line, and what they do.
+ */
 #pragma once
-
-#include "orvan/Errors.h"
-#include "orvan/Session.h"
-
-#include <CLI/CLI.hpp>
 
 #include <istream>
 #include <memory>
 #include <ostream>
 #include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "orvan/Errors.h"
+#include "orvan/Session.h"
 
 namespace orvan {
 

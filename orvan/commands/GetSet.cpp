@@ -1,11 +1,11 @@
+#include <algorithm>
+
+#include <fmt/core.h>
+
 #include "orvan/Status.h"
 #include "orvan/TextTable.h"
 #include "orvan/commands/Command.h"
 #include "orvan/commands/Readings.h"
-
-#include <fmt/core.h>
-
-#include <algorithm>
 
 namespace orvan {
 

@@ -1,9 +1,8 @@
-#include "orvan/Status.h"
-#include "orvan/commands/Command.h"
-
+#include <fmt/core.h>
 #include <pl/system.h>
 
-#include <fmt/core.h>
+#include "orvan/Status.h"
+#include "orvan/commands/Command.h"
 
 namespace orvan {
 

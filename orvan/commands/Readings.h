@@ -1,10 +1,13 @@
-/** Readings as JSON, shared by the commands that print them. */
+/**
+ * @file
+ * Readings as JSON, shared by the commands that print them.
+ */
 #pragma once
-
-#include "orvan/kinds/Kind.h"
 
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
+
+#include "orvan/kinds/Kind.h"
 
 namespace orvan {
 

@@ -1,11 +1,10 @@
-#include "orvan/commands/Command.h"
+#include <cstdlib>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <fmt/core.h>
 
-#include <cstdlib>
-
-#include <sys/wait.h>
-#include <unistd.h>
+#include "orvan/commands/Command.h"
 
 namespace orvan {
 

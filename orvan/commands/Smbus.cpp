@@ -1,14 +1,13 @@
-#include "orvan/Status.h"
-#include "orvan/commands/Command.h"
-#include "orvan/commands/Readings.h"
-
-#include <pl/smbus.h>
-
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <charconv>
 #include <optional>
+
+#include <fmt/core.h>
+#include <pl/smbus.h>
+
+#include "orvan/Status.h"
+#include "orvan/commands/Command.h"
+#include "orvan/commands/Readings.h"
 
 namespace orvan {
 
@@ -19,8 +18,8 @@ using Bytes = std::vector<uint8_t>;
 /** What an operation brought. */
 struct Answer {
     pl_status status = PL_STATUS_OK;
-    std::optional<unsigned> number{}; /**< a byte or a word */
-    unsigned digits = 2;              /**< of the number in hexadecimal */
+    std::optional<unsigned> number{}; ///< a byte or a word
+    unsigned digits = 2;              ///< of the number in hexadecimal
     std::optional<Bytes> block{};
 };
 
@@ -108,11 +107,11 @@ Answer i2cWrite( pl_smbus *smbus, const Request &request ) {
 
 struct Operation {
     const char *name;
-    const char *operands; /**< for help */
+    const char *operands; ///< for help
     const char *help;
     bool hasCommand;
     Operand operand;
-    unsigned longest; /**< bytes of a block, or the highest count */
+    unsigned longest; ///< bytes of a block, or the highest count
     bool writes;
     Answer ( *run )( pl_smbus *smbus, const Request &request );
 };

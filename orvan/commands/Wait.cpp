@@ -1,9 +1,9 @@
-#include "orvan/commands/Command.h"
+#include <algorithm>
+#include <cmath>
 
 #include <fmt/core.h>
 
-#include <algorithm>
-#include <cmath>
+#include "orvan/commands/Command.h"
 
 namespace orvan {
 

@@ -1,8 +1,5 @@
 #include "orvan/json/JsonFile.h"
 
-#include <fmt/core.h>
-#include <rapidjson/error/en.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -10,6 +7,9 @@
 #include <iterator>
 #include <string_view>
 #include <unordered_set>
+
+#include <fmt/core.h>
+#include <rapidjson/error/en.h>
 
 namespace orvan {
 

@@ -1,19 +1,22 @@
-/** A JSON file of a board: its text, and the document in it. */
+/**
+ * @file
+ * A JSON file of a board: its text, and the document in it.
+ */
 #pragma once
-
-#include "orvan/json/Problems.h"
-
-#include <rapidjson/document.h>
 
 #include <filesystem>
 #include <string>
+
+#include <rapidjson/document.h>
+
+#include "orvan/json/Problems.h"
 
 namespace orvan {
 
 /** A parsed file. */
 struct JsonFile {
-    std::string name; /**< as shown in messages */
-    std::string text; /**< exactly as read */
+    std::string name; ///< as shown in messages
+    std::string text; ///< exactly as read
     rapidjson::Document document;
 };
 

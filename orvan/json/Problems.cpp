@@ -1,10 +1,10 @@
 #include "orvan/json/Problems.h"
 
+#include <algorithm>
+
 #include <fmt/core.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
-
-#include <algorithm>
 
 namespace orvan {
 

@@ -1,19 +1,22 @@
-/** What is wrong with a board's files, collected so that all of it is reported at once. */
+/**
+ * @file
+ * What is wrong with a board's files, collected so that all of it is reported at once.
+ */
 #pragma once
-
-#include <rapidjson/document.h>
 
 #include <string>
 #include <vector>
+
+#include <rapidjson/document.h>
 
 namespace orvan {
 
 /** One mistake (or, as a warning, something that will be ignored) in a JSON file. */
 struct Problem {
     std::string file;
-    std::string pointer;  /**< JSON pointer (RFC 6901) of the value; empty: the whole document */
-    std::string value;    /**< the value as JSON, shortened; empty: none to show */
-    std::string expected; /**< what should be there */
+    std::string pointer;  ///< JSON pointer (RFC 6901) of the value; empty: the whole document
+    std::string value;    ///< the value as JSON, shortened; empty: none to show
+    std::string expected; ///< what should be there
     bool warning = false;
 
     /** One line: `file: at /3/name: 7; expected a text`. */

@@ -4,15 +4,15 @@
 
 #include "orvan/json/Schema.h"
 
-#include "orvan/SchemaTexts.h"
+#include <map>
+#include <stdexcept>
 
 #include <fmt/core.h>
 #include <rapidjson/pointer.h>
 #include <rapidjson/schema.h>
 #include <rapidjson/stringbuffer.h>
 
-#include <map>
-#include <stdexcept>
+#include "orvan/SchemaTexts.h"
 
 namespace orvan {
 

@@ -1,10 +1,13 @@
-/** Structure checks of a board's files against JSON schemas (draft 4). */
+/**
+ * @file
+ * Structure checks of a board's files against JSON schemas (draft 4).
+ */
 #pragma once
-
-#include "orvan/json/JsonFile.h"
 
 #include <memory>
 #include <string>
+
+#include "orvan/json/JsonFile.h"
 
 namespace orvan {
 

@@ -1,13 +1,12 @@
-#include "orvan/Errors.h"
-#include "orvan/kinds/Kind.h"
-
-#include <pl/fan.h>
-
-#include <fmt/core.h>
-
 #include <charconv>
 #include <cstdlib>
 #include <memory>
+
+#include <fmt/core.h>
+#include <pl/fan.h>
+
+#include "orvan/Errors.h"
+#include "orvan/kinds/Kind.h"
 
 namespace orvan {
 

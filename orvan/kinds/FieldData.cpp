@@ -14,7 +14,7 @@ struct Field {
 };
 
 struct Template {
-    std::string_view before; /**< up to the first placeholder */
+    std::string_view before; ///< up to the first placeholder
     std::vector<Field> fields;
 };
 

@@ -1,4 +1,7 @@
-/** Reading the field data (FDL) of a slot back with the template that it was filled from. */
+/**
+ * @file
+ * Reading the field data (FDL) of a slot back with the template that it was filled from.
+ */
 #pragma once
 
 #include <map>

@@ -1,6 +1,6 @@
-#include "orvan/kinds/Kind.h"
-
 #include <pl/gpio.h>
+
+#include "orvan/kinds/Kind.h"
 
 namespace orvan {
 

@@ -1,12 +1,12 @@
 #include "orvan/kinds/Kind.h"
 
-#include "orvan/Errors.h"
-#include "orvan/Status.h"
+#include <algorithm>
+#include <charconv>
 
 #include <fmt/core.h>
 
-#include <algorithm>
-#include <charconv>
+#include "orvan/Errors.h"
+#include "orvan/Status.h"
 
 namespace orvan {
 

@@ -1,9 +1,8 @@
-/** What the host can do with each kind of peripheral, as tables. */
+/**
+ * @file
+ * What the host can do with each kind of peripheral, as tables.
+ */
 #pragma once
-
-#include "orvan/board/Board.h"
-
-#include <pl/types.h>
 
 #include <functional>
 #include <map>
@@ -11,6 +10,10 @@
 #include <string>
 #include <variant>
 #include <vector>
+
+#include <pl/types.h>
+
+#include "orvan/board/Board.h"
 
 namespace orvan {
 
@@ -20,16 +23,16 @@ struct Kind;
 struct Peripheral {
     const PeripheralDescription *description = nullptr;
     const Kind *kind = nullptr;
-    void *record = nullptr; /**< the library's record; null until added */
-    std::string failure;    /**< why it could not be added; empty: it could, or was not yet tried */
-    std::string lastSetting; /**< what this run last set successfully */
+    void *record = nullptr;  ///< the library's record; null until added
+    std::string failure;     ///< why it could not be added; empty: it could, or was not yet tried
+    std::string lastSetting; ///< what this run last set successfully
 };
 
 /** The outcome of a reading. */
 struct Value {
     pl_status status = PL_STATUS_OK;
-    std::variant<std::monostate, long long, double, std::string> data; /**< with PL_STATUS_OK */
-    std::string exception; /**< what the library threw instead of answering */
+    std::variant<std::monostate, long long, double, std::string> data; ///< with PL_STATUS_OK
+    std::string exception; ///< what the library threw instead of answering
 
     static Value failed( pl_status status ) { return { status, {}, {} }; }
     static Value of( long long number ) { return { PL_STATUS_OK, number, {} }; }
@@ -72,16 +75,16 @@ class Readout {
 /** Something that can be read. */
 struct Reading {
     const char *name;
-    const char *unit; /**< "" for none */
-    int decimals;     /**< of a number with a fraction */
+    const char *unit; ///< "" for none
+    int decimals;     ///< of a number with a fraction
     Value ( *read )( Readout &readout );
-    bool inTables = true; /**< false: too long or too rare for a column of `show` */
+    bool inTables = true; ///< false: too long or too rare for a column of `show`
 };
 
 /** Something that can be set. */
 struct Setting {
-    const char *name;   /**< "": the kind's one setting, given without a name */
-    const char *values; /**< for help and errors */
+    const char *name;   ///< "": the kind's one setting, given without a name
+    const char *values; ///< for help and errors
     /** Sets it. Throws BadInput when @p text is none of the values. */
     pl_status ( *apply )( Peripheral &peripheral, const std::string &text );
 };

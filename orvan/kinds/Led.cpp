@@ -1,9 +1,8 @@
-#include "orvan/Errors.h"
-#include "orvan/kinds/Kind.h"
-
+#include <fmt/core.h>
 #include <pl/led.h>
 
-#include <fmt/core.h>
+#include "orvan/Errors.h"
+#include "orvan/kinds/Kind.h"
 
 namespace orvan {
 

@@ -1,8 +1,3 @@
-#include "orvan/kinds/FieldData.h"
-#include "orvan/kinds/Kind.h"
-
-#include <pl/slot.h>
-
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -10,6 +5,11 @@
 #include <set>
 #include <string>
 #include <vector>
+
+#include <pl/slot.h>
+
+#include "orvan/kinds/FieldData.h"
+#include "orvan/kinds/Kind.h"
 
 namespace orvan {
 

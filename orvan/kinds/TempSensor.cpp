@@ -1,6 +1,6 @@
-#include "orvan/kinds/Kind.h"
-
 #include <pl/temp_sensor.h>
+
+#include "orvan/kinds/Kind.h"
 
 namespace orvan {
 

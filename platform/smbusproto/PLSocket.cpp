@@ -1,5 +1,4 @@
-#include "PLSocket.h"
-
+#include <PLSocket.h>
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
@@ -7,14 +6,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <string_view>
-#include <utility>
-
 #include <poll.h>
+#include <string_view>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <utility>
 
 #include <pl/host.h>
 
@@ -70,10 +68,12 @@ class Deadline {
             }
             pollfd descriptor = { fd, events, 0 };
             const int count = poll( &descriptor, 1, static_cast<int>( time.count() ) );
-            if ( count > 0 )
+            if ( count > 0 ) {
                 return true;
-            if ( count < 0 && errno != EINTR )
+            }
+            if ( count < 0 && errno != EINTR ) {
                 return false;
+            }
         }
     }
 
@@ -84,13 +84,15 @@ class Deadline {
 
 milliseconds timeoutFromEnvironment() {
     const char *value = std::getenv( "PL_SMBUS_TIMEOUT_MS" );
-    if ( !value )
+    if ( !value ) {
         return defaultTimeout;
+    }
     const std::string_view text( value );
     int number = 0;
     const auto [ end, error ] = std::from_chars( text.data(), text.data() + text.size(), number );
-    if ( error != std::errc() || end != text.data() + text.size() || number <= 0 )
+    if ( error != std::errc() || end != text.data() + text.size() || number <= 0 ) {
         return defaultTimeout;
+    }
     return milliseconds( number );
 }
 
@@ -123,12 +125,15 @@ bool addressFromEnvironment( sockaddr_un &address ) {
 bool connectWithin( int fd, const sockaddr_un &address, Deadline &deadline ) {
     deadline.takeCoarseWait(); // it is taken here
     for ( auto left = deadline.left(); left.count() > 0; left = deadline.left() ) {
-        if ( !halfTimeoutIs( fd, SO_SNDTIMEO, left ) )
+        if ( !halfTimeoutIs( fd, SO_SNDTIMEO, left ) ) {
             return false;
-        if ( connect( fd, reinterpret_cast<const sockaddr *>( &address ), sizeof address ) == 0 )
+        }
+        if ( connect( fd, reinterpret_cast<const sockaddr *>( &address ), sizeof address ) == 0 ) {
             return true;
-        if ( errno != EAGAIN && errno != EINTR )
+        }
+        if ( errno != EAGAIN && errno != EINTR ) {
             return false;
+        }
     }
     errno = ETIMEDOUT;
     return false;
@@ -137,13 +142,16 @@ bool connectWithin( int fd, const sockaddr_un &address, Deadline &deadline ) {
 /** @return the descriptor of a new connection to the service, -1 with errno set. */
 int openConnection( milliseconds timeout, Deadline &deadline ) {
     sockaddr_un address = {};
-    if ( !addressFromEnvironment( address ) )
+    if ( !addressFromEnvironment( address ) ) {
         return -1;
+    }
     const int fd = socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
-    if ( fd < 0 )
+    if ( fd < 0 ) {
         return -1;
-    if ( connectWithin( fd, address, deadline ) && halfTimeoutIs( fd, SO_RCVTIMEO, timeout ) )
+    }
+    if ( connectWithin( fd, address, deadline ) && halfTimeoutIs( fd, SO_RCVTIMEO, timeout ) ) {
         return fd;
+    }
     const int error = errno;
     close( fd );
     errno = error;
@@ -157,9 +165,9 @@ int openConnection( milliseconds timeout, Deadline &deadline ) {
 bool isInStep( int fd ) {
     pollfd descriptor = { fd, POLLIN, 0 };
     int count;
-    do
+    do {
         count = poll( &descriptor, 1, 0 );
-    while ( count < 0 && errno == EINTR );
+    } while ( count < 0 && errno == EINTR );
     return count == 0;
 }
 
@@ -167,13 +175,15 @@ bool isInStep( int fd ) {
 bool sendFrame( int fd, const uint8_t *frame, size_t size, Deadline &deadline, size_t &sent ) {
     for ( sent = 0; sent < size; ) {
         const ssize_t count = send( fd, frame + sent, size - sent, MSG_NOSIGNAL | MSG_DONTWAIT );
-        if ( count >= 0 )
+        if ( count >= 0 ) {
             sent += static_cast<size_t>( count );
-        else if ( errno == EAGAIN ) {
-            if ( !deadline.waitFor( fd, POLLOUT ) )
+        } else if ( errno == EAGAIN ) {
+            if ( !deadline.waitFor( fd, POLLOUT ) ) {
                 return false;
-        } else if ( errno != EINTR )
+            }
+        } else if ( errno != EINTR ) {
             return false;
+        }
     }
     return true;
 }
@@ -190,11 +200,13 @@ bool sendFrame( int fd, const uint8_t *frame, size_t size, Deadline &deadline, s
 ssize_t receiveSome( int fd, uint8_t *data, size_t size, Deadline &deadline ) {
     for ( ;; ) {
         const bool coarse = deadline.takeCoarseWait();
-        if ( !coarse && !deadline.waitFor( fd, POLLIN ) )
+        if ( !coarse && !deadline.waitFor( fd, POLLIN ) ) {
             return -1;
+        }
         const ssize_t count = recv( fd, data, size, coarse ? 0 : MSG_DONTWAIT );
-        if ( count >= 0 || ( errno != EAGAIN && errno != EINTR ) )
+        if ( count >= 0 || ( errno != EAGAIN && errno != EINTR ) ) {
             return count;
+        }
     }
 }
 
@@ -212,9 +224,9 @@ uint32_t getBigEndian32( const uint8_t *from ) {
 
 /** What receiveFrame found. */
 struct ReceivedFrame {
-    bool complete;      /**< false: errno is set */
-    size_t messageSize; /**< of the message behind the header in the buffer */
-    bool surplus;       /**< more followed that nobody asked for */
+    bool complete;      ///< false: errno is set
+    size_t messageSize; ///< of the message behind the header in the buffer
+    bool surplus;       ///< more followed that nobody asked for
 };
 
 /** Reads one frame to the start of @p buffer, which grows to hold it. */
@@ -223,14 +235,16 @@ ReceivedFrame receiveFrame( int fd, std::vector<uint8_t> &buffer, Deadline &dead
     size_t frameSize = headerSize; // until the header tells
     size_t have = 0;
     while ( have < frameSize ) {
-        if ( buffer.size() < std::max( frameSize, usualFrameSize ) )
+        if ( buffer.size() < std::max( frameSize, usualFrameSize ) ) {
             buffer.resize( std::max( frameSize, usualFrameSize ) );
+        }
         const ssize_t count =
             receiveSome( fd, buffer.data() + have, buffer.size() - have, deadline );
         if ( count <= 0 ) {
             const bool closed = count == 0 || errno == ECONNRESET;
-            if ( closed )
+            if ( closed ) {
                 errno = have > 0 ? EBADMSG : ECONNRESET;
+            }
             return failure;
         }
         const bool headerWasWhole = have >= headerSize;
@@ -258,18 +272,21 @@ PLSocket::~PLSocket() {
 /** Keeps errno, so that failure paths may report what led to them. */
 void PLSocket::disconnect() {
     const int error = errno;
-    if ( watcher_ != 0 && pl_fd_watcher_delete )
+    if ( watcher_ != 0 && pl_fd_watcher_delete ) {
         pl_fd_watcher_delete( watcher_ );
+    }
     watcher_ = 0;
-    if ( fd_ >= 0 )
+    if ( fd_ >= 0 ) {
         close( fd_ );
+    }
     fd_ = -1;
     errno = error;
 }
 
 int PLSocket::setup() {
-    if ( fd_ >= 0 )
+    if ( fd_ >= 0 ) {
         return 0;
+    }
     timeout_ = timeoutFromEnvironment();
     Deadline deadline( timeout_ );
     fd_ = openConnection( timeout_, deadline );
@@ -291,46 +308,54 @@ int PLSocket::sendRequestWait( const Smbus::TransactionRequest *request,
         return -1;
     }
     const size_t frameSize = headerSize + messageSize;
-    if ( sendBuffer_.size() < frameSize )
+    if ( sendBuffer_.size() < frameSize ) {
         sendBuffer_.resize( frameSize );
+    }
     putBigEndian32( sendBuffer_.data(), static_cast<uint32_t>( messageSize ) );
     request->SerializeWithCachedSizesToArray( sendBuffer_.data() + headerSize );
 
-    if ( fd_ >= 0 && !isInStep( fd_ ) )
+    if ( fd_ >= 0 && !isInStep( fd_ ) ) {
         disconnect();
-    if ( fd_ < 0 )
+    }
+    if ( fd_ < 0 ) {
         timeout_ = timeoutFromEnvironment();
+    }
     Deadline deadline( timeout_ );
 
     for ( ;; ) {
         const bool isNew = fd_ < 0;
         if ( isNew ) {
             fd_ = openConnection( timeout_, deadline );
-            if ( fd_ < 0 )
+            if ( fd_ < 0 ) {
                 return -1;
+            }
         }
         size_t sent = 0;
-        if ( sendFrame( fd_, sendBuffer_.data(), frameSize, deadline, sent ) )
+        if ( sendFrame( fd_, sendBuffer_.data(), frameSize, deadline, sent ) ) {
             break;
+        }
         // An old connection that went after the look at it has taken nothing: once more, on a new
         // one. As soon as a byte went out, the service may have acted on the transaction.
         const bool gone = errno == EPIPE || errno == ECONNRESET;
-        if ( isNew || sent > 0 || !gone )
+        if ( isNew || sent > 0 || !gone ) {
             return -1;
+        }
         disconnect();
     }
 
     const ReceivedFrame frame = receiveFrame( fd_, receiveBuffer_, deadline );
-    if ( !frame.complete )
+    if ( !frame.complete ) {
         return -1;
+    }
     if ( !reply->ParseFromArray( receiveBuffer_.data() + headerSize,
                                  static_cast<int>( frame.messageSize ) ) ) {
         errno = EBADMSG;
         return -1;
     }
     // This reply is the right one, being the first; what follows it would be the next call's.
-    if ( !frame.surplus )
+    if ( !frame.surplus ) {
         closeOnFailure.release();
+    }
     return 0;
 }
 

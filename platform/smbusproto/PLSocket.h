@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "smbus.pb.h"
+#include <smbus.pb.h>
 
 namespace PlatformLibrary {
 

@@ -8,9 +8,11 @@ namespace smbusd {
 
 PinExpander::PinExpander( ChipContext context, const PinExpanderMap &map )
     : Chip( std::move( context ) ), map_( map ) {
-    for ( const PinRegisters &row : map_.registers )
-        for ( unsigned bank = 0; bank < ( row.perBank ? map_.banks : 1 ); ++bank )
+    for ( const PinRegisters &row : map_.registers ) {
+        for ( unsigned bank = 0; bank < ( row.perBank ? map_.banks : 1 ); ++bank ) {
             resetValues_.at( row.first + bank ) = row.reset;
+        }
+    }
     lines_.fill( 0xFF );
     PinExpander::reset();
 }

@@ -132,9 +132,10 @@ TEST( HamAddress, DeviceAddressIsCutToSevenBits ) {
 // What aborts
 
 TEST( HamAddressDeath, WhatIsNoObject ) {
-    for ( const char *json : { "[]", "80", "null", "\"80\"" } )
+    for ( const char *json : { "[]", "80", "null", "\"80\"" } ) {
         EXPECT_DEATH( addressOf( json ),
                       assertionFailure( "OrvanGeneric/Topology.cpp", "value.IsObject()" ) );
+    }
 }
 
 TEST( HamAddressDeath, MissingAddress ) {
@@ -144,12 +145,13 @@ TEST( HamAddressDeath, MissingAddress ) {
 }
 
 TEST( HamAddressDeath, AddressSizesOfTheWrongLowBits ) {
-    for ( const char *size : { "0", "3", "4", "7", "8" } )
+    for ( const char *size : { "0", "3", "4", "7", "8" } ) {
         EXPECT_DEATH(
             addressOf( std::string( R"({ "address": 80, "addrSize": )" ) + size + " }" ),
             assertionFailure( "OrvanGeneric/Topology.cpp",
                               "addr.addrSize == 1 || addr.addrSize == 2 || addr.addrSize == 4" ) )
             << size;
+    }
 }
 
 TEST( HamAddressDeath, AddressSizeIsJudgedBeforeTheAcceleratorIsRead ) {
@@ -160,15 +162,17 @@ TEST( HamAddressDeath, AddressSizeIsJudgedBeforeTheAcceleratorIsRead ) {
 }
 
 TEST( HamAddressDeath, NumbersThatAreNotUnsigned32Bit ) {
-    for ( const char *value : { "-1", "80.5", "4294967296", "\"80\"", "true", "null" } )
+    for ( const char *value : { "-1", "80.5", "4294967296", "\"80\"", "true", "null" } ) {
         EXPECT_DEATH( addressOf( std::string( R"({ "address": )" ) + value + " }" ),
                       jsonTypeFailure() )
             << value;
+    }
     for ( const char *field :
-          { "writeDelay", "readDelay", "busTimeout", "extraDelay", "addrSize", "accel" } )
+          { "writeDelay", "readDelay", "busTimeout", "extraDelay", "addrSize", "accel" } ) {
         EXPECT_DEATH( addressOf( std::string( R"({ "address": 80, ")" ) + field + "\": -1 }" ),
                       jsonTypeFailure() )
             << field;
+    }
 }
 
 } // namespace

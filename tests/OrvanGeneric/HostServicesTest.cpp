@@ -19,10 +19,11 @@ TEST_F( HostServicesTest, TracesReachTheHostFormatted ) {
 }
 
 TEST_F( HostServicesTest, ATraceIsOneStatement ) {
-    if ( host_.traces.empty() )
+    if ( host_.traces.empty() ) {
         TRACE( 0, "then" );
-    else
+    } else {
         TRACE( 0, "else" );
+    }
     EXPECT_EQ( host_.traces, ( Traces{ { 0, "then" } } ) );
 }
 

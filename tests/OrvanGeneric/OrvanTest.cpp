@@ -1,10 +1,10 @@
 #include "OrvanGeneric/Orvan.h"
 
+#include <PLSocket.h>
 #include <cstdlib>
 #include <optional>
 #include <string>
 
-#include <PLSocket.h>
 #include <gtest/gtest.h>
 
 #include "OrvanGeneric/Topology.h"
@@ -121,8 +121,9 @@ struct ServiceStart {
     static int pauses;
     static unsigned sleep( unsigned seconds ) {
         EXPECT_EQ( seconds, 1u );
-        if ( ++pauses == pause )
+        if ( ++pauses == pause ) {
             peer->start();
+        }
         return 0;
     }
 };
@@ -223,8 +224,9 @@ class OrvanInitialiser : public OrvanTest, public testing::WithParamInterface<In
     Traces opening() const {
         const std::string name = GetParam().name;
         Traces traces = { { 0, name }, { 5, name + ": json = " + plainBus } };
-        if ( name == "pl_smbus_init" )
+        if ( name == "pl_smbus_init" ) {
             traces.insert( traces.begin(), { 7, "pl_smbus_init\n" } );
+        }
         return traces;
     }
 };

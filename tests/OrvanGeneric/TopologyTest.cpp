@@ -36,8 +36,9 @@ const Medium &onlyMedium() {
 template <class Map>
 std::vector<uint32_t> keysOf( const Map &map ) {
     std::vector<uint32_t> keys;
-    for ( const auto &[ key, value ] : map )
+    for ( const auto &[ key, value ] : map ) {
         keys.push_back( key );
+    }
     return keys;
 }
 
@@ -50,13 +51,13 @@ std::string i2cWith( const std::string &members ) {
 
 template <class Node>
 constexpr bool isNode =
-    std::is_base_of_v<Topology::Node, Node> &&std::has_virtual_destructor_v<Node>;
+    std::is_base_of_v<Topology::Node, Node> && std::has_virtual_destructor_v<Node>;
 template <class Medium>
-constexpr bool isPlainMedium = isNode<Medium> &&std::is_base_of_v<Topology::MediumNode, Medium> &&
+constexpr bool isPlainMedium = isNode<Medium> && std::is_base_of_v<Topology::MediumNode, Medium> &&
                                !std::is_base_of_v<Topology::Bus, Medium>;
 template <class Medium>
-constexpr bool isBusMedium = isNode<Medium> &&std::is_base_of_v<Topology::MediumNode, Medium>
-    &&std::is_base_of_v<Topology::Bus, Medium>;
+constexpr bool isBusMedium = isNode<Medium> && std::is_base_of_v<Topology::MediumNode, Medium> &&
+                             std::is_base_of_v<Topology::Bus, Medium>;
 
 static_assert( isNode<Topology::Component> && isNode<Topology::Device> && isNode<Topology::Mux> );
 static_assert( isNode<Topology::Bus> && isNode<Topology::Accelerator> );
@@ -117,8 +118,9 @@ TEST( Topology, EveryMediumTypeInDocumentOrder ) {
     EXPECT_EQ( dynamic_cast<Topology::IOPort &>( *media[ 4 ] ).id, 3 );
     EXPECT_EQ( dynamic_cast<Topology::I2C &>( *media[ 5 ] ).id, 4 );
     EXPECT_EQ( dynamic_cast<Topology::SCD &>( *media[ 6 ] ).pci, 5u );
-    for ( size_t i = 0; i < media.size(); ++i )
+    for ( size_t i = 0; i < media.size(); ++i ) {
         EXPECT_EQ( media[ i ]->ham, std::to_string( i + 1 ) );
+    }
 }
 
 TEST( Topology, ControllersKeepAcceleratorsAndBusesById ) {
@@ -574,8 +576,9 @@ TEST( TopologyTypeDeath, ValuesOfTheWrongKind ) {
               BUS( R"("id":1,"devices":[{"did":1,"components":[{"uid":1.5}]}])" ),
               BUS( R"("id":1,"devices":[{"did":1,"driver":5}])" ),
               BUS( R"("id":1,"muxes":[{"did":1,"busses":{}}])" ),
-          } )
+          } ) {
         EXPECT_DEATH( load( text ), jsonTypeFailure() ) << text;
+    }
 }
 
 } // namespace

@@ -369,15 +369,17 @@ TEST( Labels, BusMediaAreBuses ) {
 TEST( Labels, OtherNodesAreNoBus ) {
     load( labelled );
     for ( const char *label :
-          { "device", "mux", "component", "accelerator", "scd", "Celestica", "LinuxFs" } )
+          { "device", "mux", "component", "accelerator", "scd", "Celestica", "LinuxFs" } ) {
         EXPECT_EQ( Topology::getBusByLabel( label ), nullptr ) << label;
+    }
 }
 
 TEST( Labels, OnlyDevicesAreDevices ) {
     load( labelled );
     EXPECT_EQ( Topology::getDeviceByLabel( "device" )->did, 3u );
-    for ( const char *label : { "bus", "I2C", "mux", "component", "accelerator", "scd" } )
+    for ( const char *label : { "bus", "I2C", "mux", "component", "accelerator", "scd" } ) {
         EXPECT_EQ( Topology::getDeviceByLabel( label ), nullptr ) << label;
+    }
 }
 
 TEST( IsDeviceObject, LooksAtTheFirstCharacterOnly ) {

@@ -44,8 +44,9 @@ TEST( BmcProgram, ShowListsTheWholeBoard ) {
     rows.Parse( shown.output );
     ASSERT_FALSE( rows.HasParseError() );
     std::map<std::string, int> kinds;
-    for ( const auto &row : rows.GetArray() )
+    for ( const auto &row : rows.GetArray() ) {
         ++kinds[ row[ "kind" ].GetString() ];
+    }
     EXPECT_EQ( kinds, ( std::map<std::string, int>{
                           { "fan", 3 }, { "psu", 2 }, { "slot", 3 }, { "temp_sensor", 2 } } ) );
 }
@@ -62,8 +63,9 @@ TEST( BmcProgram, ConsoleChangesWhatIsShown ) {
     std::filesystem::copy( board, copy.path(), std::filesystem::copy_options::recursive );
     std::string peripherals = fileText( copy.file( "peripherals.json" ) );
     const std::string fruId = "\"fruId\": \"1\"";
-    for ( size_t at = 0; ( at = peripherals.find( fruId, at ) ) != std::string::npos; ++at )
+    for ( size_t at = 0; ( at = peripherals.find( fruId, at ) ) != std::string::npos; ++at ) {
         peripherals.insert( at, "\"ipmiCacheAge\": 0, " ), at += fruId.size() + 20;
+    }
     copy.write( "peripherals.json", peripherals );
 
     const test::Finished finished = shell( "get fan1 rpm\n"

@@ -88,8 +88,9 @@ TEST_F( BmcTest, DisabledSensorIsAbsentUntilItIsEnabledAgain ) {
     pl_psu *const psu = board_.add<pl_psu>( "psu1" );
     pl_temp_sensor *const cpu = board_.add<pl_temp_sensor>( "cpu" );
     EXPECT_EQ( rpmOf( fan ), 10000 );
-    for ( const int sensor : { 21, 7, 32 } )
+    for ( const int sensor : { 21, 7, 32 } ) {
         scan( sensor, false );
+    }
     EmulatedBoard::passTime( 2 );
     EXPECT_EQ( rpmStatus( fan ), PL_STATUS_TRANSPORT );
     presenceOf( tray, PL_STATUS_TRANSPORT );
@@ -98,8 +99,9 @@ TEST_F( BmcTest, DisabledSensorIsAbsentUntilItIsEnabledAgain ) {
     EXPECT_EQ( cpu->ops->get_temperature( cpu, &value ), PL_STATUS_TRANSPORT );
     EXPECT_EQ( measured( psu, &pl_psu_ops::get_input_voltage ), 230.0f ) << "the others stay";
 
-    for ( const int sensor : { 21, 7, 32 } )
+    for ( const int sensor : { 21, 7, 32 } ) {
         scan( sensor, true );
+    }
     EmulatedBoard::passTime( 2 );
     EXPECT_EQ( rpmOf( fan ), 10000 );
     EXPECT_EQ( powerOkOf( psu ), 1 );

@@ -19,8 +19,9 @@ class OrvanShell {
     OrvanShell() {
         for ( const std::string name : { "topology.json", "peripherals.json", "hardware.json" } ) {
             std::string text = fileText( ORVAN_SOURCE_DIR "/boards/mirelund-cooling/" + name );
-            if ( name == "hardware.json" )
+            if ( name == "hardware.json" ) {
                 replaceIn( text, "\"spinUpMs\": 400", "\"spinUpMs\": 0" );
+            }
             folder_.write( name, text );
         }
         child_ = test::spawn( { ORVAN_BIN_DIR "/orvan", "--board", folder_.path(), "--emulate",
@@ -30,8 +31,9 @@ class OrvanShell {
     }
     ~OrvanShell() {
         input_.closeWriteEnd();
-        if ( child_ > 0 )
+        if ( child_ > 0 ) {
             test::await( child_ );
+        }
     }
 
     /** Runs a command that prints that many lines. */
@@ -40,8 +42,9 @@ class OrvanShell {
         EXPECT_EQ( ::write( input_.writeEnd, text.data(), text.size() ),
                    static_cast<ssize_t>( text.size() ) );
         std::vector<std::string> printed;
-        while ( printed.size() < lines )
+        while ( printed.size() < lines ) {
             printed.push_back( line() );
+        }
         return printed;
     }
     /** Runs a command that prints nothing. */
@@ -68,9 +71,11 @@ class OrvanShell {
 
     std::string line() {
         std::string text;
-        for ( char c; ::read( output_.readEnd, &c, 1 ) == 1; text += c )
-            if ( c == '\n' )
+        for ( char c; ::read( output_.readEnd, &c, 1 ) == 1; text += c ) {
+            if ( c == '\n' ) {
                 return text;
+            }
+        }
         ADD_FAILURE() << "the program has ended";
         return text;
     }

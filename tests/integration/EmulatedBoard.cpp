@@ -33,9 +33,11 @@ std::string descriptionText( const rapidjson::Value &authored ) {
     auto &allocator = description.GetAllocator();
     description.CopyFrom( authored, allocator );
     if ( const auto parts = description.FindMember( "multiDeviceArgs" );
-         parts != description.MemberEnd() )
-        for ( auto &part : parts->value.GetObject() )
+         parts != description.MemberEnd() ) {
+        for ( auto &part : parts->value.GetObject() ) {
             part.value.SetString( compact( part.value ), allocator );
+        }
+    }
     return compact( description );
 }
 
@@ -47,25 +49,29 @@ EmulatedBoard::EmulatedBoard( const std::string &name,
       topology_( fileText( boards + name + "/topology.json" ) ) {
     setenv( "PL_SMBUS_SOCKET", service.socket().c_str(), 1 );
     peripherals_.Parse( fileText( boards + name + "/peripherals.json" ) );
-    if ( peripherals_.HasParseError() )
+    if ( peripherals_.HasParseError() ) {
         throw std::runtime_error( "peripherals.json of " + name + " is not JSON" );
+    }
 }
 
 void *EmulatedBoard::addRecord( const std::string &name ) {
     for ( const rapidjson::Value &row : peripherals_.GetArray() ) {
-        if ( name != row[ "name" ].GetString() )
+        if ( name != row[ "name" ].GetString() ) {
             continue;
+        }
         const std::string kind = row[ "kind" ].GetString();
         initialise( kind );
         void *const symbol = library.symbol( "pl_" + kind + "_add" );
-        if ( kind == "smbus" )
+        if ( kind == "smbus" ) {
             return reinterpret_cast<decltype( pl_smbus_add ) *>( symbol )(
                 row[ "description" ][ "label" ].GetString(),
                 static_cast<unsigned char>( row[ "description" ][ "address" ].GetUint() ) );
+        }
         const char *const description = kept( descriptionText( row[ "description" ] ) );
-        if ( kind == "temp_sensor" )
+        if ( kind == "temp_sensor" ) {
             return reinterpret_cast<decltype( pl_temp_sensor_add ) *>( symbol )(
                 description, row[ "alert" ].GetFloat(), row[ "critical" ].GetFloat() );
+        }
         return reinterpret_cast<void *( * )( const char * )>( symbol )( description );
     }
     throw std::runtime_error( "the board has no peripheral " + name );
@@ -79,8 +85,9 @@ pl_slot *EmulatedBoard::addSlot( const std::string &description ) {
 void EmulatedBoard::initialise( const std::string &kind ) {
     if ( initialised_.insert( kind ).second &&
          library.entry<pl_status( const char * )>( "pl_" + kind + "_init" )( topology_.c_str() ) !=
-             PL_STATUS_OK )
+             PL_STATUS_OK ) {
         throw std::runtime_error( "pl_" + kind + "_init failed" );
+    }
 }
 
 /** The library may keep pointing into the text for as long as the peripheral lives. */
@@ -94,8 +101,9 @@ std::string EmulatedBoard::ctl( const std::vector<std::string> &words ) const {
                                          service.control() };
     command.insert( command.end(), words.begin(), words.end() );
     const test::Finished finished = test::runProgram( command );
-    if ( finished.exitCode != 0 )
+    if ( finished.exitCode != 0 ) {
         throw std::runtime_error( "smbusctl failed: " + finished.errors );
+    }
     return finished.output;
 }
 
@@ -112,21 +120,24 @@ void EmulatedBoard::passTime( unsigned seconds ) {
 std::string hardwareText( const std::string &name ) {
     const std::string image = "\"image\": \"";
     std::string text = fileText( boards + name + "/hardware.json" );
-    for ( size_t at = 0; ( at = text.find( image, at ) ) != std::string::npos; )
+    for ( size_t at = 0; ( at = text.find( image, at ) ) != std::string::npos; ) {
         text.insert( at += image.size(), boards + name + "/" );
+    }
     return text;
 }
 
 void replaceIn( std::string &text, const std::string &from, const std::string &to ) {
     const size_t at = text.find( from );
-    if ( at == std::string::npos )
+    if ( at == std::string::npos ) {
         throw std::runtime_error( "there is no " + from );
+    }
     text.replace( at, from.size(), to );
 }
 
 std::string fileText( const std::string &path ) {
     std::ifstream stream( path, std::ios::binary );
-    if ( !stream )
+    if ( !stream ) {
         throw std::runtime_error( "cannot read " + path );
+    }
     return { std::istreambuf_iterator<char>( stream ), std::istreambuf_iterator<char>() };
 }

@@ -44,10 +44,11 @@ TEST( Exports, TheLibraryShowsItsEntryPointsAndNothingElse ) {
     Symbols shown;
     for ( const auto &[ name, type ] : dynamicSymbols( LoadedLibrary::path(), "--defined-only" ) ) {
         shown.insert( name );
-        if ( name == "_plSock" )
+        if ( name == "_plSock" ) {
             EXPECT_THAT( std::string( 1, type ), testing::MatchesRegex( "[BD]" ) );
-        else
+        } else {
             EXPECT_EQ( type, 'T' ) << name;
+        }
     }
     Symbols expected = functions;
     expected.insert( "_plSock" );
@@ -58,8 +59,9 @@ TEST( Exports, TheLibraryShowsItsEntryPointsAndNothingElse ) {
 void expectWeakHostServices( const std::string &file, const Symbols &atLeast ) {
     Symbols services;
     for ( const auto &[ name, type ] : dynamicSymbols( file, "--undefined-only" ) ) {
-        if ( name.rfind( "pl_", 0 ) != 0 )
+        if ( name.rfind( "pl_", 0 ) != 0 ) {
             continue;
+        }
         services.insert( name );
         EXPECT_EQ( type, 'w' ) << name << " in " << file;
     }

@@ -36,9 +36,11 @@ class FrontPanelTest : public testing::Test {
     }
     unsigned counter( const std::string &bus, const char *which ) const {
         const rapidjson::Document answer = ask( "counters" );
-        for ( const auto &counters : answer[ "buses" ].GetArray() )
-            if ( counters[ "name" ].GetString() == bus )
+        for ( const auto &counters : answer[ "buses" ].GetArray() ) {
+            if ( counters[ "name" ].GetString() == bus ) {
                 return counters[ which ].GetUint();
+            }
+        }
         throw std::runtime_error( "no bus " + bus );
     }
 
@@ -48,8 +50,9 @@ class FrontPanelTest : public testing::Test {
 TEST_F( FrontPanelTest, EveryCageShowsWhetherItsModuleIsPlugged ) {
     std::map<std::string, bool> plugged;
     const rapidjson::Document list = ask( "list" );
-    for ( const auto &unit : list[ "units" ].GetArray() )
+    for ( const auto &unit : list[ "units" ].GetArray() ) {
         plugged[ unit[ "name" ].GetString() ] = unit[ "plugged" ].GetBool();
+    }
 
     std::map<std::string, pl_xcvr *> cages;
     const auto add = [ & ]( const std::string &card, int count ) {
@@ -76,11 +79,13 @@ TEST_F( FrontPanelTest, EveryCageShowsWhetherItsModuleIsPlugged ) {
                            "\" }\n" );
         ASSERT_EQ( control.receiveLine(), R"({"ok":true})" );
     }
-    for ( const auto &[ name, cage ] : cages )
+    for ( const auto &[ name, cage ] : cages ) {
         EXPECT_EQ( presence( cage ), plugged.at( name ) ? 1 : 0 ) << name << ", before the poll";
+    }
     period();
-    for ( const auto &[ name, cage ] : cages )
+    for ( const auto &[ name, cage ] : cages ) {
         EXPECT_EQ( presence( cage ), plugged.at( name ) ? 0 : 1 ) << name;
+    }
 }
 
 TEST_F( FrontPanelTest, QsfpCagesOfTheYCardReadWhatTheExpanderDrives ) {
@@ -156,8 +161,9 @@ TEST_F( FrontPanelTest, QsfpLinesOfACpldGoBothWays ) {
 TEST_F( FrontPanelTest, SfpLinesOfAnExpanderGoBothWays ) {
     pl_xcvr *cage = board_.add<pl_xcvr>( "s16" ); // bank 3, upper nibble of the second expander
     const pl_sfp_ops &ops = cage->ops->u.sfp;
-    for ( unsigned bank = 0; bank < 4; ++bank )
+    for ( unsigned bank = 0; bank < 4; ++bank ) {
         EXPECT_EQ( board_.peek( "s-sfp2", 0x18 + bank ), 0xBBu );
+    }
     EXPECT_EQ( read( cage, ops.get_tx_disable ), 0 );
     EXPECT_EQ( ops.set_tx_disable( cage, 1 ), PL_STATUS_OK );
     EXPECT_EQ( board_.peek( "s-sfp2", 0x0B ), 0x40u );

@@ -69,10 +69,12 @@ pl_gpio *lastGpio = nullptr;
 /** @return the new record, of whatever kind */
 void *add( const LoadedLibrary &library, const std::string &kind, const char *description ) {
     const std::string name = "pl_" + kind + "_add";
-    if ( kind == "temp_sensor" )
+    if ( kind == "temp_sensor" ) {
         return library.entry<decltype( pl_temp_sensor_add )>( name )( description, 0, 0 );
-    if ( kind == "gpio" )
+    }
+    if ( kind == "gpio" ) {
         return lastGpio = library.entry<decltype( pl_gpio_add )>( name )( description );
+    }
     return library.entry<void *( const char * )>( name )( description );
 }
 

@@ -56,14 +56,15 @@ INSTANTIATE_TEST_SUITE_P( Services, IncompleteHostTest,
 TEST_P( IncompleteHostTest, TheLibraryLoadsAndRefusesWhatIsNoDescription ) {
     const test::Finished host = run( { "add", "fan", "?" } );
     EXPECT_EQ( host.exitCode, 0 ) << host.errors;
-    if ( lacks( "pl_trace" ) )
+    if ( lacks( "pl_trace" ) ) {
         EXPECT_EQ( host.output, "null\n" );
-    else
+    } else {
         EXPECT_EQ( host.output, "trace 0 parsing devArgs = ?\n"
                                 "trace 0 failed to load device from json: Invalid value. offset 0\n"
                                 "trace 0 failed to parse json object as a device\n"
                                 "trace 0 DeviceBase::create() failed\n"
                                 "null\n" );
+    }
 }
 
 TEST_P( IncompleteHostTest, ExceptionsReachIt ) {

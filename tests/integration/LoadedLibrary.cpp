@@ -8,14 +8,16 @@ extern "C" const char *__lsan_default_suppressions() {
 }
 
 LoadedLibrary::LoadedLibrary() : handle_( dlopen( path(), RTLD_NOW | RTLD_LOCAL ) ) {
-    if ( !handle_ )
+    if ( !handle_ ) {
         throw std::runtime_error( dlerror() );
+    }
 }
 
 void *LoadedLibrary::symbol( const std::string &name ) const {
     void *const found = dlsym( handle_, name.c_str() );
-    if ( !found )
+    if ( !found ) {
         throw std::runtime_error( dlerror() );
+    }
     return found;
 }
 

@@ -1,9 +1,8 @@
 #pragma once
 
+#include <dlfcn.h>
 #include <stdexcept>
 #include <string>
-
-#include <dlfcn.h>
 
 /**
  * The driver library as built, loaded the way a host does it. It stays loaded: what it makes lives

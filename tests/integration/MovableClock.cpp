@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <ctime>
-
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -18,8 +17,9 @@ void MovableClock::advance( double seconds ) {
 
 // Takes the C library's place for everything that is loaded into the program.
 extern "C" int clock_gettime( clockid_t clock, timespec *time ) noexcept {
-    if ( clock != CLOCK_MONOTONIC )
+    if ( clock != CLOCK_MONOTONIC ) {
         return static_cast<int>( syscall( SYS_clock_gettime64, clock, time ) );
+    }
     const double whole = std::floor( monotonic );
     time->tv_sec = static_cast<time_t>( whole );
     time->tv_nsec = static_cast<long>( ( monotonic - whole ) * 1e9 );

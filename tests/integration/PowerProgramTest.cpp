@@ -14,10 +14,12 @@ std::string cells( const std::string &table ) {
     for ( std::string line; std::getline( lines, line ); ) {
         std::istringstream words( line );
         std::string row;
-        for ( std::string word; words >> word; )
+        for ( std::string word; words >> word; ) {
             row += ( row.empty() ? "" : " " ) + word;
-        if ( !row.empty() )
+        }
+        if ( !row.empty() ) {
             text += row + "\n";
+        }
     }
     return text;
 }
@@ -29,8 +31,9 @@ class PowerProgram : public testing::Test, protected BoardProgram {
     /** The bay's presence, model and serial number as "get" prints them. */
     std::string bay( const std::string &name ) const {
         std::string text;
-        for ( const char *reading : { "present", "model", "serial" } )
+        for ( const char *reading : { "present", "model", "serial" } ) {
             text += printed( { "get", name, reading } );
+        }
         return text;
     }
 };

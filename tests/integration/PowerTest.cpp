@@ -18,8 +18,9 @@ class PowerTest : public testing::Test {
     }
 
     EmulatedBoard board_{ "mirelund-power", []( std::string &hardware ) {
-                             for ( int supply = 0; supply < 3; ++supply )
+                             for ( int supply = 0; supply < 3; ++supply ) {
                                  replaceIn( hardware, "\"spinUpMs\": 400", "\"spinUpMs\": 0" );
+                             }
                          } };
 };
 

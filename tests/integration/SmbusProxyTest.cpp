@@ -17,8 +17,9 @@ class SmbusProxyTest : public testing::Test {
     SmbusProxyTest() {
         // What the client waits for a service that has stopped answering.
         setenv( "PL_SMBUS_TIMEOUT_MS", "300", 1 );
-        for ( const char *name : { "psu", "bytes", "words", "rom", "nobody" } )
+        for ( const char *name : { "psu", "bytes", "words", "rom", "nobody" } ) {
             endpoints_[ name ] = board_.add<pl_smbus>( name );
+        }
     }
 
     pl_smbus *at( const char *name ) { return endpoints_.at( name ); }
@@ -29,8 +30,9 @@ class SmbusProxyTest : public testing::Test {
         unsigned char data[ 255 ];
         unsigned int length = 0;
         const pl_status status = at( name )->ops->block_read( at( name ), command, data, &length );
-        if ( status == PL_STATUS_OK )
+        if ( status == PL_STATUS_OK ) {
             block->assign( reinterpret_cast<char *>( data ), length );
+        }
         return status;
     }
     pl_status readI2c( const char *name, unsigned char command, unsigned length,

@@ -38,10 +38,12 @@ TEST_F( SwitchProgram, EverythingComesUp ) {
 }
 
 TEST_F( SwitchProgram, ModulesTraysAndSuppliesComeAndGo ) {
-    for ( const char *unit : { "module1", "module49", "tray2-f2b", "supply2" } )
+    for ( const char *unit : { "module1", "module49", "tray2-f2b", "supply2" } ) {
         ctl( { "unplug", unit } );
-    for ( const char *unit : { "module13", "module51", "tray2-b2f" } )
+    }
+    for ( const char *unit : { "module13", "module51", "tray2-b2f" } ) {
         ctl( { "plug", unit } );
+    }
     const struct {
         const char *name, *reading, *value;
     } expected[] = {
@@ -56,8 +58,9 @@ TEST_F( SwitchProgram, ModulesTraysAndSuppliesComeAndGo ) {
         { "bay1", "present", "1" },
         { "bay2", "present", "0" },
     };
-    for ( const auto &[ name, reading, value ] : expected )
+    for ( const auto &[ name, reading, value ] : expected ) {
         EXPECT_EQ( printed( { "get", name, reading } ), std::string( value ) + "\n" ) << name;
+    }
 }
 
 TEST_F( SwitchProgram, AnythingThatCanBeSetIsSet ) {

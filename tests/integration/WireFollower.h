@@ -13,8 +13,9 @@ class WireFollower {
   public:
     explicit WireFollower( const std::string &controlSocket ) : client_( controlSocket ) {
         client_.sendBytes( "{\"command\":\"follow\"}\n" );
-        if ( client_.receiveLine() != "{\"ok\":true}" )
+        if ( client_.receiveLine() != "{\"ok\":true}" ) {
             throw std::runtime_error( "the service lets nobody follow" );
+        }
     }
 
     /** The next operations on the wire, such as "S 20 W A 02 A FD A P". */
@@ -22,8 +23,9 @@ class WireFollower {
         std::vector<std::string> wires;
         while ( wires.size() < count ) {
             const auto line = client_.receiveLine();
-            if ( !line )
+            if ( !line ) {
                 throw std::runtime_error( "the service has ended" );
+            }
             rapidjson::Document event;
             event.Parse( line->c_str() );
             wires.emplace_back( event[ "wire" ].GetString() );

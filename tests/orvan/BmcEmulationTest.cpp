@@ -1,11 +1,11 @@
 /** The simulated BMC's life, with the real simulator and with stand-ins that fail. */
 #include "orvan/BmcEmulation.h"
 
+#include <gmock/gmock.h>
+
 #include "orvan/BmcProbe.h"
 #include "orvan/Errors.h"
 #include "tests/support/Process.h"
-
-#include <gmock/gmock.h>
 
 namespace {
 
@@ -32,10 +32,11 @@ class BmcEmulationTest : public testing::Test {
     BmcEmulationTest() {
         ::setenv( "TMPDIR", private_.path().c_str(), 1 );
         std::filesystem::create_directory( board_.file( "bmc" ) );
-        for ( const char *name : { "lan.conf", "bmc.emu", "bmc.sdrs", "fru.bin" } )
+        for ( const char *name : { "lan.conf", "bmc.emu", "bmc.sdrs", "fru.bin" } ) {
             std::filesystem::copy( std::string( ORVAN_SOURCE_DIR "/boards/mirelund-bmc/bmc/" ) +
                                        name,
                                    board_.file( "bmc" ) );
+        }
     }
 
     BmcOptions options() const {

@@ -1,7 +1,7 @@
 /** The program, the library and the service together, on the project's boards. */
-#include "tests/support/Process.h"
-
 #include <gmock/gmock.h>
+
+#include "tests/support/Process.h"
 
 namespace {
 

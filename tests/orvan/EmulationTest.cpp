@@ -1,10 +1,10 @@
 /** The private service's life, with a stand-in that does what its configuration's name says. */
 #include "orvan/Emulation.h"
 
+#include <gmock/gmock.h>
+
 #include "orvan/Errors.h"
 #include "tests/support/Process.h"
-
-#include <gmock/gmock.h>
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "orvan/Errors.h"
 
-#include <gtest/gtest.h>
-
 #include <new>
+
+#include <gtest/gtest.h>
 
 namespace {
 

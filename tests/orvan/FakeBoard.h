@@ -1,14 +1,17 @@
-/** A board on the fake library, for tests of what the host does with it. */
+/**
+ * @file
+ * A board on the fake library, for tests of what the host does with it.
+ */
 #pragma once
-
-#include "orvan/Session.h"
-#include "orvan/commands/Command.h"
-#include "tests/orvan/FakeLibrary.h"
 
 #include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include "orvan/Session.h"
+#include "orvan/commands/Command.h"
+#include "tests/orvan/FakeLibrary.h"
 
 namespace test {
 

@@ -1,11 +1,14 @@
-/** A driver library that does as it is told, for tests of the host's side. */
+/**
+ * @file
+ * A driver library that does as it is told, for tests of the host's side.
+ */
 #pragma once
-
-#include <pl/pl.h>
 
 #include <functional>
 #include <string>
 #include <vector>
+
+#include <pl/pl.h>
 
 /**
  * How the library behaves, and what was asked of it. A test program gets at it through the exported
@@ -24,12 +27,12 @@ struct FakeState {
     bool throwOnCall = false;
     int number = 0;
     float real = 0;
-    const char *text = nullptr;       /**< handed out as a copy on the heap */
-    std::vector<unsigned char> block; /**< what block reads bring */
+    const char *text = nullptr;       ///< handed out as a copy on the heap
+    std::vector<unsigned char> block; ///< what block reads bring
     int presence = 0;
     std::function<pl_status( unsigned char command )>
-        byteStatus;           /**< of read_byte; sees the command */
-    bool shortTables = false; /**< the callback tables' sizes say that they end after the size */
+        byteStatus;           ///< of read_byte; sees the command
+    bool shortTables = false; ///< the callback tables' sizes say that they end after the size
     unsigned ticks = 0;
 };
 

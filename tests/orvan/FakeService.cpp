@@ -6,7 +6,6 @@
 #include <cstring>
 #include <fstream>
 #include <string>
-
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>

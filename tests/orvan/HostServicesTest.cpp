@@ -1,10 +1,10 @@
 #include "orvan/HostServices.h"
 
-#include <gmock/gmock.h>
-
 #include <poll.h>
 #include <stdexcept>
 #include <unistd.h>
+
+#include <gmock/gmock.h>
 
 namespace {
 

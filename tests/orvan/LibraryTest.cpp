@@ -1,8 +1,8 @@
 #include "orvan/Library.h"
 
-#include "orvan/Errors.h"
-
 #include <gmock/gmock.h>
+
+#include "orvan/Errors.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 /** The program on the fake library and service: options, exit codes, what reaches which stream. */
-#include "tests/support/Process.h"
+#include <set>
+#include <sstream>
 
 #include <gmock/gmock.h>
 
-#include <set>
-#include <sstream>
+#include "tests/support/Process.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 #include "orvan/Session.h"
 
+#include <gmock/gmock.h>
+
 #include "orvan/Errors.h"
 #include "tests/orvan/FakeBoard.h"
-
-#include <gmock/gmock.h>
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "orvan/TextTable.h"
 
-#include <gtest/gtest.h>
-
 #include <sstream>
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <pl/pl.h>
 
-#define HAS_TYPE( name, type ) _Static_assert( _Generic( &name, type : 1, default : 0 ), #name )
+#define HAS_TYPE( name, type ) _Static_assert( _Generic( &name, type: 1, default: 0 ), #name )
 
 typedef pl_status ( *init_function )( const char * );
 

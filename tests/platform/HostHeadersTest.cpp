@@ -3,7 +3,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
 #include <pl/pl.h>
 
 // Sizes and offsets are those of 32-bit x86, the only machine that driver libraries are built for.

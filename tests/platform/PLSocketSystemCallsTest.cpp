@@ -1,19 +1,18 @@
 // What the client asks of the kernel. This program stands between the client and the C library's
 // socket calls: it records them, and has one of them fail where a test wants that.
 
-#include "PLSocket.h"
-
+#include <PLSocket.h>
 #include <cerrno>
 #include <cstdlib>
-#include <string>
-#include <vector>
-
 #include <dlfcn.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <poll.h>
+#include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "tests/support/SocketPeer.h"
 
@@ -47,8 +46,9 @@ thread_local Kernel kernel;
 enum Interruptible { connectCall, sendCall, recvCall, pollCall };
 
 bool interrupts( Interruptible call ) {
-    if ( kernel.interrupted[ call ] >= kernel.interruptions )
+    if ( kernel.interrupted[ call ] >= kernel.interruptions ) {
         return false;
+    }
     ++kernel.interrupted[ call ];
     errno = EINTR;
     return true;
@@ -64,8 +64,9 @@ Function *next( const char *name ) {
 extern "C" {
 
 int socket( int domain, int type, int protocol ) {
-    if ( kernel.watched )
+    if ( kernel.watched ) {
         kernel.socketType = type;
+    }
     return next<int( int, int, int )>( "socket" )( domain, type, protocol );
 }
 
@@ -73,8 +74,9 @@ int connect( int fd, const sockaddr *address, socklen_t size ) {
     if ( kernel.watched ) {
         kernel.calls.push_back( "connect" );
         kernel.path = reinterpret_cast<const sockaddr_un *>( address )->sun_path;
-        if ( interrupts( connectCall ) )
+        if ( interrupts( connectCall ) ) {
             return -1;
+        }
         if ( kernel.connectRefused ) {
             errno = ECONNREFUSED;
             return -1;
@@ -87,8 +89,9 @@ ssize_t send( int fd, const void *data, size_t size, int flags ) {
     if ( kernel.watched ) {
         kernel.calls.push_back( "send" );
         kernel.sendFlags.push_back( flags );
-        if ( interrupts( sendCall ) )
+        if ( interrupts( sendCall ) ) {
             return -1;
+        }
         if ( kernel.brokenSends > 0 ) {
             --kernel.brokenSends;
             errno = EPIPE;
@@ -101,8 +104,9 @@ ssize_t send( int fd, const void *data, size_t size, int flags ) {
 ssize_t recv( int fd, void *data, size_t size, int flags ) {
     if ( kernel.watched ) {
         kernel.calls.push_back( "recv" );
-        if ( interrupts( recvCall ) )
+        if ( interrupts( recvCall ) ) {
             return -1;
+        }
         if ( kernel.replyWithheld ) { // as at the end of the socket's time-out
             errno = EAGAIN;
             return -1;
@@ -115,8 +119,9 @@ int poll( pollfd *descriptors, nfds_t count, int timeout ) {
     if ( kernel.watched ) {
         kernel.calls.push_back( "poll" );
         kernel.pollTimeouts.push_back( timeout );
-        if ( interrupts( pollCall ) )
+        if ( interrupts( pollCall ) ) {
             return -1;
+        }
         if ( kernel.replyWithheld ) {
             kernel.replyWithheld = false;
             errno = EIO; // enough seen: end the wait
@@ -132,8 +137,9 @@ namespace {
 /** Answers every frame with an empty message. */
 void answerAll( SocketPeer::Connection &connection ) {
     std::string message;
-    while ( connection.readFrame( message ) )
+    while ( connection.readFrame( message ) ) {
         connection.sendFrame( "" );
+    }
 }
 
 class PLSocketSystemCalls : public testing::Test {
@@ -223,8 +229,9 @@ TEST_F( PLSocketSystemCalls, DeadlineFromEnvironment ) {
 TEST_F( PLSocketSystemCalls, MalformedDeadlineIsTenSeconds ) {
     for ( const char *text :
           { "", " ", "abc", "0", "-1", "+60000", " 60000", "60000 ", "60000ms", "1e9", "0x7FFFFFF",
-            "60000.5", "2147483648", "99999999999999999999" } )
+            "60000.5", "2147483648", "99999999999999999999" } ) {
         EXPECT_THAT( deadlineOf( text ), AllOf( Gt( 5000 ), Le( 10000 ) ) ) << '"' << text << '"';
+    }
 }
 
 TEST_F( PLSocketSystemCalls, InterruptedCallsGoOn ) {

@@ -1,17 +1,16 @@
-#include "PLSocket.h"
-
+#include <PLSocket.h>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <type_traits>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include "tests/support/AllocationCounter.h"
 #include "tests/support/SocketPeer.h"
@@ -51,17 +50,19 @@ std::string replyMessage( const std::string &data ) {
 void answerAll( Connection &connection ) {
     std::string message;
     Smbus::TransactionRequest transaction;
-    while ( connection.readFrame( message ) && transaction.ParseFromString( message ) )
+    while ( connection.readFrame( message ) && transaction.ParseFromString( message ) ) {
         connection.sendFrame( replyMessage( "reply to " + transaction.requests( 0 ).data() ) );
+    }
 }
 
 /** A peer whose first connection has a handler of its own; all later ones answer. */
 SocketPeer::Handler firstThenAnswer( SocketPeer::Handler first ) {
     return [ first = std::move( first ) ]( Connection &connection ) {
-        if ( connection.index() == 0 )
+        if ( connection.index() == 0 ) {
             first( connection );
-        else
+        } else {
             answerAll( connection );
+        }
     };
 }
 
@@ -83,10 +84,11 @@ class PLSocketTest : public testing::Test {
     void addressIs( const std::string &path ) { setenv( "PL_SMBUS_SOCKET", path.c_str(), 1 ); }
     /** For connections made from now on; 0: the default, which no test waits for. */
     void timeoutIs( int milliseconds ) {
-        if ( milliseconds > 0 )
+        if ( milliseconds > 0 ) {
             setenv( "PL_SMBUS_TIMEOUT_MS", std::to_string( milliseconds ).c_str(), 1 );
-        else
+        } else {
             unsetenv( "PL_SMBUS_TIMEOUT_MS" );
+        }
     }
 
     /** @return the data of the reply to a write of @p data, or the name of the error. */
@@ -94,8 +96,9 @@ class PLSocketTest : public testing::Test {
         Smbus::TransactionResponse reply;
         errno = 0;
         const int result = socket_.sendRequestWait( &( sent_ = writeOf( data ) ), &reply );
-        if ( result < 0 )
+        if ( result < 0 ) {
             return strerrorname_np( errno );
+        }
         return reply.responses_size() == 1 ? reply.responses( 0 ).data() : "no data";
     }
 
@@ -233,8 +236,9 @@ TEST_F( PLSocketTest, WatcherInAProgramThatIsNoHost ) {
 TEST_F( PLSocketTest, FramesByteForByte ) {
     std::string seen;
     SocketPeer peer( [ & ]( Connection &connection ) {
-        if ( connection.read( 4 + 17, seen ) )
+        if ( connection.read( 4 + 17, seen ) ) {
             connection.send( std::string( "\0\0\0\5\x0A\3\x0A\1\xA5", 9 ) );
+        }
         connection.awaitClose();
     } );
     addressIs( peer.path() );
@@ -324,16 +328,20 @@ TEST_F( PLSocketTest, ReplyInSingleBytes ) {
 TEST_F( PLSocketTest, ReplyInSingleBytesWithinAShortDeadline ) {
     SocketPeer peer( []( Connection &connection ) {
         std::string message;
-        while ( connection.readFrame( message ) )
-            for ( const char byte : support::framed( replyMessage( "piecemeal" ) ) )
-                if ( !connection.send( std::string( 1, byte ) ) )
+        while ( connection.readFrame( message ) ) {
+            for ( const char byte : support::framed( replyMessage( "piecemeal" ) ) ) {
+                if ( !connection.send( std::string( 1, byte ) ) ) {
                     return;
+                }
+            }
+        }
     } );
     addressIs( peer.path() );
     timeoutIs( 39 );
     std::string result = "ETIMEDOUT";
-    for ( int attempt = 0; attempt < 200 && result == "ETIMEDOUT"; ++attempt )
+    for ( int attempt = 0; attempt < 200 && result == "ETIMEDOUT"; ++attempt ) {
         result = call( "a" ); // on a busy machine one may well be late
+    }
     EXPECT_EQ( result, "piecemeal" );
 }
 
@@ -344,8 +352,9 @@ TEST_F( PLSocketTest, OneMebibyteBothWays ) {
     ASSERT_EQ( reply.size(), oneMebibyte );
     SocketPeer peer( [ & ]( Connection &connection ) {
         std::string message;
-        while ( connection.readFrame( message ) && message.size() == oneMebibyte )
+        while ( connection.readFrame( message ) && message.size() == oneMebibyte ) {
             connection.sendFrame( reply );
+        }
     } );
     addressIs( peer.path() );
     // A request's data of n bytes is a message of n + 23: two bytes each for type, length and
@@ -644,9 +653,11 @@ TEST_P( DeadlineTest, SpansAReplyThatNeverEnds ) {
         connection.send( std::string( "\0\x10\0\0", 4 ) );
         // A byte at a time, the whole mebibyte would take several times the deadline. The last
         // byte never comes.
-        for ( size_t byte = 1; byte < oneMebibyte; ++byte )
-            if ( !connection.send( "x" ) )
+        for ( size_t byte = 1; byte < oneMebibyte; ++byte ) {
+            if ( !connection.send( "x" ) ) {
                 return;
+            }
+        }
         connection.awaitClose();
     } ) );
     addressIs( peer.path() );
@@ -766,8 +777,9 @@ TEST_F( PLSocketTest, WarmCallAllocatesNothing ) {
     const std::string reply = support::framed( replyMessage( std::string( 64, 'r' ) ) );
     SocketPeer peer( [ & ]( Connection &connection ) {
         std::string message;
-        while ( connection.readFrame( message ) )
+        while ( connection.readFrame( message ) ) {
             connection.send( reply );
+        }
     } );
     addressIs( peer.path() );
     const auto transaction = writeOf( std::string( 32, 'd' ) );
@@ -776,8 +788,9 @@ TEST_F( PLSocketTest, WarmCallAllocatesNothing ) {
 
     int failures = 0;
     const support::AllocationCounter allocations;
-    for ( int call = 0; call < 100; ++call )
+    for ( int call = 0; call < 100; ++call ) {
         failures += socket_.sendRequestWait( &transaction, &answer ) != 0;
+    }
     EXPECT_EQ( allocations.count(), 0u );
     EXPECT_EQ( failures, 0 );
 }

@@ -1,12 +1,10 @@
-#include "PLSocket.h"
-
+#include <PLSocket.h>
 #include <cstdlib>
+#include <fcntl.h>
 #include <vector>
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
 #include <pl/host.h>
 
 #include "tests/support/SocketPeer.h"

@@ -1,8 +1,8 @@
 #include "smbusd/ListenSocket.h"
 
-#include <gtest/gtest.h>
-
 #include <memory>
+
+#include <gtest/gtest.h>
 
 #include "tests/support/Process.h"
 #include "tests/support/SmbusClient.h"

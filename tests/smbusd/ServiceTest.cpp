@@ -2,9 +2,8 @@
 #include <array>
 #include <memory>
 #include <random>
-#include <thread>
-
 #include <sys/stat.h>
+#include <thread>
 
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>

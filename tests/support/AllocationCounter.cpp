@@ -6,8 +6,9 @@ thread_local bool counting = false;
 thread_local size_t allocations = 0;
 
 void note() {
-    if ( counting )
+    if ( counting ) {
         ++allocations;
+    }
 }
 
 } // namespace

@@ -12,8 +12,9 @@ size_t sparedLeft = 0;
 
 /** Whether this allocation is to fail. */
 bool fails( size_t size ) {
-    if ( !armed || size < smallestFailing )
+    if ( !armed || size < smallestFailing ) {
         return false;
+    }
     if ( sparedLeft > 0 ) {
         --sparedLeft;
         return false;
@@ -34,8 +35,9 @@ void *allocate( size_t size, std::align_val_t alignment ) {
 
 /** The memory, unless there is none. */
 void *checked( void *memory ) {
-    if ( !memory )
+    if ( !memory ) {
         throw std::bad_alloc();
+    }
     return memory;
 }
 

@@ -34,8 +34,9 @@ inline void expectAnyOtherSettingStopsTheBlinking( Component::LogicalDevice::Led
                                                    ScriptedHam &ham ) {
     using Component::LogicalDevice::Led;
     for ( int setting = 0; setting <= 7; ++setting ) {
-        if ( setting == PL_LED_STATUS_BEACON )
+        if ( setting == PL_LED_STATUS_BEACON ) {
             continue;
+        }
         led->setLightSetting( PL_LED_STATUS_BEACON );
         const bool shown = setting <= PL_LED_STATUS_BAD;
         ham.takeLog();

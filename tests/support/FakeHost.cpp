@@ -13,16 +13,19 @@ FakeHost &FakeHost::instance() {
 
 std::vector<std::string> FakeHost::texts( int level ) const {
     std::vector<std::string> result;
-    for ( const Trace &trace : traces )
-        if ( trace.level == level )
+    for ( const Trace &trace : traces ) {
+        if ( trace.level == level ) {
             result.push_back( trace.text );
+        }
+    }
     return result;
 }
 
 bool FakeHost::fire( uint32_t timer ) {
     Timer &fired = timers.at( timer );
-    if ( !fired.armed )
+    if ( !fired.armed ) {
         return false;
+    }
     fired.armed = false;
     fired.callback( fired.context );
     return true;
@@ -30,11 +33,14 @@ bool FakeHost::fire( uint32_t timer ) {
 
 int FakeHost::fireAll() {
     std::vector<uint32_t> armed;
-    for ( const auto &[ handle, timer ] : timers )
-        if ( timer.armed )
+    for ( const auto &[ handle, timer ] : timers ) {
+        if ( timer.armed ) {
             armed.push_back( handle );
-    for ( const uint32_t handle : armed )
+        }
+    }
+    for ( const uint32_t handle : armed ) {
         fire( handle );
+    }
     return static_cast<int>( armed.size() );
 }
 
@@ -45,8 +51,9 @@ void PrintTo( const FakeHost::Trace &trace, std::ostream *out ) {
 extern "C" {
 
 void pl_trace( int level, const char *format, ... ) {
-    if ( FakeHost::instance().dropTraces )
+    if ( FakeHost::instance().dropTraces ) {
         return;
+    }
     va_list args;
     va_start( args, format );
     va_list again;
@@ -61,8 +68,9 @@ void pl_trace( int level, const char *format, ... ) {
 
 uint32_t pl_timer_add( void ( *callback )( void * ), void *context ) {
     FakeHost &host = FakeHost::instance();
-    if ( host.refuseTimers )
+    if ( host.refuseTimers ) {
         return 0;
+    }
     static uint32_t lastHandle = 0;
     host.timers[ ++lastHandle ] = { callback, context };
     return lastHandle;
@@ -71,8 +79,9 @@ uint32_t pl_timer_add( void ( *callback )( void * ), void *context ) {
 int pl_timer_set( uint32_t timer, uint32_t milliseconds ) {
     FakeHost &host = FakeHost::instance();
     const auto it = host.timers.find( timer );
-    if ( host.refuseTimerSet || it == host.timers.end() )
+    if ( host.refuseTimerSet || it == host.timers.end() ) {
         return -1;
+    }
     it->second.armed = true;
     it->second.milliseconds = milliseconds;
     ++it->second.sets;

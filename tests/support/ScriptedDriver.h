@@ -41,8 +41,9 @@ class ScriptedDriver {
     }
     ~ScriptedDriver() {
         Drivers::drivers.erase( key_ );
-        for ( const auto &[ did, device ] : Component::DeviceBase::devices )
+        for ( const auto &[ did, device ] : Component::DeviceBase::devices ) {
             delete device;
+        }
         Component::DeviceBase::devices.clear();
     }
     ScriptedDriver( const ScriptedDriver & ) = delete;

@@ -44,14 +44,17 @@ int ScriptedHam::execute() {
     if ( !statuses.empty() ) {
         const int status = statuses.front();
         statuses.pop_front();
-        if ( status )
+        if ( status ) {
             return status;
+        }
     }
     for ( const Operation &operation : batch_ ) {
-        if ( operation.kind == Operation::Write8 )
+        if ( operation.kind == Operation::Write8 ) {
             bytes[ operation.reg ] = static_cast<uint8_t>( operation.value );
-        if ( operation.kind == Operation::Write16 )
+        }
+        if ( operation.kind == Operation::Write16 ) {
             words[ operation.reg ] = static_cast<uint16_t>( operation.value );
+        }
     }
     return 0;
 }
@@ -103,8 +106,9 @@ void ScriptedHam::addWriteBlock( unsigned reg, const void *data, unsigned len, b
 }
 
 const ScriptedHam::Operation &ScriptedHam::operation( ::Ham::ResponseId id ) const {
-    if ( id >= batch_.size() )
+    if ( id >= batch_.size() ) {
         throw std::out_of_range( "no operation of this id in the batch" );
+    }
     return batch_[ id ];
 }
 

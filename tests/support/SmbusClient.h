@@ -7,13 +7,12 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "smbus.pb.h"
+#include <smbus.pb.h>
 
 namespace test {
 

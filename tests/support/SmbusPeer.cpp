@@ -12,10 +12,11 @@ Smbus::TransactionResponse zeros( const Smbus::TransactionRequest &transaction )
     Smbus::TransactionResponse reply;
     for ( const Smbus::Request &request : transaction.requests() ) {
         Smbus::Response *entry = reply.add_responses();
-        if ( request.type() == Smbus::READ )
+        if ( request.type() == Smbus::READ ) {
             entry->set_data( std::string( request.length() ? request.length() : 1, '\0' ) );
-        else if ( request.type() == Smbus::PROCESS_CALL )
+        } else if ( request.type() == Smbus::PROCESS_CALL ) {
             entry->set_data( std::string( 2, '\0' ) );
+        }
     }
     return reply;
 }
@@ -34,8 +35,9 @@ std::string dump( const std::string &bytes ) {
 
 Smbus::TransactionResponse reply( const std::vector<std::string> &data ) {
     Smbus::TransactionResponse made;
-    for ( const std::string &bytes : data )
+    for ( const std::string &bytes : data ) {
         made.add_responses()->set_data( bytes );
+    }
     return made;
 }
 
@@ -52,8 +54,9 @@ std::string inWords( const Smbus::Request &request ) {
 
 std::vector<std::string> inWords( const Smbus::TransactionRequest &transaction ) {
     std::vector<std::string> words;
-    for ( const Smbus::Request &request : transaction.requests() )
+    for ( const Smbus::Request &request : transaction.requests() ) {
         words.push_back( inWords( request ) );
+    }
     return words;
 }
 
@@ -69,8 +72,9 @@ void SmbusPeer::serve( SocketPeer::Connection &connection ) {
         {
             const std::lock_guard lock( mutex_ );
             Smbus::TransactionRequest &transaction = transactions_.emplace_back();
-            if ( !transaction.ParseFromString( frame ) )
+            if ( !transaction.ParseFromString( frame ) ) {
                 return;
+            }
             if ( answers_.empty() ) {
                 answer.reply = zeros( transaction );
             } else {
@@ -78,8 +82,9 @@ void SmbusPeer::serve( SocketPeer::Connection &connection ) {
                 answers_.pop_front();
             }
         }
-        if ( answer.hangUp || !connection.sendFrame( answer.reply.SerializeAsString() ) )
+        if ( answer.hangUp || !connection.sendFrame( answer.reply.SerializeAsString() ) ) {
             return;
+        }
     }
 }
 
@@ -102,9 +107,10 @@ std::vector<Smbus::TransactionRequest> SmbusPeer::takeTransactions() {
 
 std::vector<std::string> SmbusPeer::takeOnlyTransaction() {
     const auto taken = takeTransactions();
-    if ( taken.size() != 1 )
+    if ( taken.size() != 1 ) {
         throw std::logic_error( "SmbusPeer: " + std::to_string( taken.size() ) +
                                 " transactions came, not 1" );
+    }
     return inWords( taken.front() );
 }
 

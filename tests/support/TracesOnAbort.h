@@ -13,8 +13,9 @@ class TracesOnAbort {
   public:
     TracesOnAbort() {
         std::signal( SIGABRT, []( int ) {
-            for ( const Trace &trace : FakeHost::instance().traces )
+            for ( const Trace &trace : FakeHost::instance().traces ) {
                 std::fprintf( stderr, "trace %d: %s\n", trace.level, trace.text.c_str() );
+            }
         } );
     }
 };

@@ -17,7 +17,8 @@ size_t virtualSlot( Function function ) {
     static_assert( std::is_member_function_pointer_v<Function> );
     uintptr_t word;
     std::memcpy( &word, &function, sizeof( word ) );
-    if ( word % 2 == 0 )
+    if ( word % 2 == 0 ) {
         throw std::logic_error( "virtualSlot: not a virtual operation" );
+    }
     return ( word - 1 ) / sizeof( void * );
 }

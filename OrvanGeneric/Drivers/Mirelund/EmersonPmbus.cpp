@@ -69,12 +69,10 @@ Component::LogicalDevice::Psu *EmersonPmbus::newPsu( const DriverArgs & ) {
 
 Component::LogicalDevice::Fan *EmersonPmbus::newFan( const DriverArgs &args ) {
     TRACE( 0, "Creating EmersonPmbus Fan Device" );
-    // clang-format off
     assert( args.driverArgs.find( "fanId" ) != args.driverArgs.end() );
     const int fanId = requiredIntArg( args, "fanId" );
     assert( fanId == 1 || fanId == 2 );
     assert( args.driverArgs.find( "maxFanRpm" ) != args.driverArgs.end() );
-    // clang-format on
     return new Fan( this, fanId, requiredIntArg( args, "maxFanRpm" ),
                     flagArg( args, "pec", false ) );
 }
@@ -90,12 +88,15 @@ uint16_t EmersonPmbus::realToLinear( unsigned short value ) {
 pl_status EmersonPmbus::Psu::get_power_ok( int *ok ) {
     bool powerOk, acOk;
     pl_status status = supply_->expander_->getPowerOk( supply_->psuId_, &powerOk );
-    if ( status == PL_STATUS_OK )
+    if ( status == PL_STATUS_OK ) {
         status = supply_->expander_->getAcOk( supply_->psuId_, &acOk );
-    if ( status != PL_STATUS_OK )
+    }
+    if ( status != PL_STATUS_OK ) {
         return status;
-    if ( acOk && !powerOk )
+    }
+    if ( acOk && !powerOk ) {
         return PL_STATUS_FAULT;
+    }
     *ok = powerOk;
     return PL_STATUS_OK;
 }
@@ -109,8 +110,9 @@ pl_status EmersonPmbus::Psu::get_input_current( float *amperes ) {
     }
     float watts;
     const pl_status powerStatus = get_input_power( &watts );
-    if ( powerStatus == PL_STATUS_OK )
+    if ( powerStatus == PL_STATUS_OK ) {
         *amperes = watts / volts;
+    }
     return powerStatus;
 }
 
@@ -128,8 +130,9 @@ pl_status EmersonPmbus::Psu::get_output_voltage( float *volts ) {
     const Ham::ResponseId modeId = ham->addRead8( VOUT_MODE );
     const Ham::ResponseId rawId = ham->addRead16( READ_VOUT );
     const int status = ham->execute();
-    if ( status )
+    if ( status ) {
         return static_cast<pl_status>( status );
+    }
     const uint8_t reg1 = ham->get8( modeId );
     assert( ( reg1 & 0xe0 ) == 0 );
     *volts = linear16ToReal( ham->get16( rawId ), voutExponent );
@@ -143,10 +146,12 @@ pl_status EmersonPmbus::Psu::get_input_power( float *watts ) {
 pl_status EmersonPmbus::Psu::get_output_power( float *watts ) {
     float volts, amperes;
     pl_status status = get_output_voltage( &volts );
-    if ( status == PL_STATUS_OK )
+    if ( status == PL_STATUS_OK ) {
         status = supply_->pmbus_read_linear( READ_IOUT, &amperes );
-    if ( status == PL_STATUS_OK )
+    }
+    if ( status == PL_STATUS_OK ) {
         *watts = volts * amperes;
+    }
     return status;
 }
 
@@ -157,8 +162,9 @@ EmersonPmbus::Fan::Fan( EmersonPmbus *supply, int number, int maxFanRpm, bool pe
 pl_status EmersonPmbus::Fan::getRpm( int *rpm ) {
     float speed;
     const pl_status status = supply_->pmbus_read_linear( registers_.speed, &speed );
-    if ( status == PL_STATUS_OK )
+    if ( status == PL_STATUS_OK ) {
         *rpm = static_cast<int>( speed );
+    }
     return status;
 }
 
@@ -167,8 +173,9 @@ pl_status EmersonPmbus::Fan::setRpm( int rpm ) {
     TRACE( 6, "Setting fan %d rpm to %d", number_, capped );
     const uint16_t word = realToLinear( static_cast<uint16_t>( capped ) );
     const int status = supply_->ham()->write16( registers_.command, word, pec_ );
-    if ( status )
+    if ( status ) {
         TRACE( 0, "Failed to set fan%d rpm to %d", number_, capped );
+    }
     return static_cast<pl_status>( status );
 }
 

@@ -13,9 +13,11 @@ constexpr uint8_t ledsOn = 255;
 
 /** Writes @p value to every register, whatever becomes of the others. */
 void writeAll( Ham::Ham *ham, const std::vector<uint8_t> &registers, uint8_t value ) {
-    for ( const uint8_t reg : registers )
-        if ( ham->write8( reg, value, false ) )
+    for ( const uint8_t reg : registers ) {
+        if ( ham->write8( reg, value, false ) ) {
             TRACE( 0, "Failed to write QSFP Port LED Register: %hhu", reg );
+        }
+    }
 }
 
 } // namespace

@@ -43,14 +43,17 @@ MirePsuPCA9555::MirePsuPCA9555()
     : GPIOExpander( banks, cacheTimeout, inputPort0, outputPort0, configuration0 ) {}
 
 int MirePsuPCA9555::init() {
-    if ( writeConfig( directions ) != PL_STATUS_OK )
+    if ( writeConfig( directions ) != PL_STATUS_OK ) {
         TRACE( 0, "Error: Failed to write PCA9555 pin configuration" );
+    }
     bool failed = false;
-    for ( const uint8_t pin : eepromResetPins )
+    for ( const uint8_t pin : eepromResetPins ) {
         failed |= writeBit( pin, false ) != PL_STATUS_OK;
+    }
     failed |= save() != PL_STATUS_OK;
-    if ( failed )
+    if ( failed ) {
         TRACE( 0, "Error: Failed to write default bits for PSU EEPROM Reset" );
+    }
     return PL_STATUS_OK;
 }
 
@@ -59,23 +62,23 @@ const Utils::ExpectedValues *MirePsuPCA9555::expectedValues() {
 }
 
 Component::LogicalDevice::Led *MirePsuPCA9555::newLed( const DriverArgs &args ) {
-    // clang-format off
     assert( args.driverArgs.find( "id" ) != args.driverArgs.end() );
-    // clang-format on
     const int ledId = requiredIntArg( args, "id" );
     assert( 1 <= ledId && ledId <= 2 );
     const auto index = static_cast<uint8_t>( ledId - 1 );
     const std::string &type = requiredArg( args, "type" );
     Component::LogicalDevice::Led *led = nullptr;
-    if ( type == "multifan" )
+    if ( type == "multifan" ) {
         led = new MultiFanLed( this, index );
-    else if ( type == "psu" )
+    } else if ( type == "psu" ) {
         led = new PsuLed( this, index );
-    if ( led )
+    }
+    if ( led ) {
         TRACE( 5, "creating new MirePCA9555 %s LED with id %hhu", type.c_str(),
                static_cast<uint8_t>( ledId ) );
-    else
+    } else {
         TRACE( 0, "Error: failed to find driverArg for MirePsuPCA9555::newLed" );
+    }
     return led;
 }
 
@@ -97,19 +100,22 @@ MirePsuPCA9555::MultiFanLed::MultiFanLed( MirePsuPCA9555 *expander, uint8_t inde
     : Led( expander, index, multiFanLedPin, multiFanLedPin + 1 ) {}
 
 bool MirePsuPCA9555::Led::handleBlinkTimer( bool on ) {
-    if ( on )
+    if ( on ) {
         setLedGreen();
-    else
+    } else {
         setLedOff();
-    if ( expander_->save() != PL_STATUS_OK )
+    }
+    if ( expander_->save() != PL_STATUS_OK ) {
         TRACE( 0, "Error: failed to toggle led %d for blinking", index_ );
+    }
     return true;
 }
 
 pl_status MirePsuPCA9555::Led::setLightSetting( pl_led_status status ) {
     TRACE( 6, "Setting PCA9555 led %d to %s", index_, settingName( status ) );
-    if ( keepsBlinking( status ) )
+    if ( keepsBlinking( status ) ) {
         return PL_STATUS_OK;
+    }
     switch ( status ) {
     case PL_LED_STATUS_OFF:
         setLedOff();

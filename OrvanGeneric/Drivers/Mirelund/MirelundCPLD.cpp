@@ -50,8 +50,9 @@ int MireXcvrCPLD::init() {
     TRACE( 0, "MireXcvrCPLD::init()" );
     const bool refreshed = updateRegisterCache();
     pollIntervalIs( pollInterval );
-    if ( pollStarted() )
+    if ( pollStarted() ) {
         return refreshed;
+    }
     assert( pollStart() );
     return 0;
 }
@@ -76,16 +77,18 @@ void MireXcvrCPLD::pollPortRegisters() {
 pl_status MireXcvrCPLD::refreshRegister( uint8_t reg ) {
     uint16_t word;
     const int status = ham()->read16( reg, &word );
-    if ( status == 0 )
+    if ( status == 0 ) {
         registerCache_[ reg ] = swapped( word );
+    }
     return static_cast<pl_status>( status );
 }
 
 pl_status MireXcvrCPLD::getRegisterBit( uint8_t reg, uint8_t bit, int *out, bool refresh ) {
     if ( refresh ) {
         const pl_status status = refreshRegister( reg );
-        if ( status != PL_STATUS_OK )
+        if ( status != PL_STATUS_OK ) {
             return status;
+        }
     }
     *out = ( registerCache_[ reg ] >> bit ) & 1;
     return PL_STATUS_OK;
@@ -95,21 +98,24 @@ pl_status MireXcvrCPLD::setRegisterBit( uint8_t reg, uint8_t bit, int value, boo
     uint16_t word = registerCache_[ reg ];
     if ( refresh ) {
         const int status = ham()->read16( reg, &word );
-        if ( status )
+        if ( status ) {
             return static_cast<pl_status>( status );
+        }
         word = swapped( word );
     }
     const unsigned mask = 1u << bit;
     word = static_cast<uint16_t>( value ? word | mask : word & ~mask );
     const int status = ham()->write16( reg, swapped( word ), false );
-    if ( status == 0 )
+    if ( status == 0 ) {
         registerCache_[ reg ] = word;
+    }
     return static_cast<pl_status>( status );
 }
 
 pl_status MireXcvrCPLD::activeLow( pl_status status, int *value ) {
-    if ( status == PL_STATUS_OK )
+    if ( status == PL_STATUS_OK ) {
         *value = !*value;
+    }
     return status;
 }
 
@@ -117,15 +123,17 @@ bool MireXcvrCPLD::updateRegisterCache() {
     Ham::Ham *const bus = ham();
     bus->prepare();
     Ham::ResponseId last = Ham::INVALID_RESPONSE_ID;
-    for ( const uint8_t reg : pollList_ )
+    for ( const uint8_t reg : pollList_ ) {
         last = bus->addRead16( reg );
+    }
     if ( bus->execute() ) {
         TRACE( 0, "Failed to poll information for MireXcvrCPLD" );
         return false;
     }
     Ham::ResponseId id = last - static_cast<Ham::ResponseId>( pollList_.size() );
-    for ( const uint8_t reg : pollList_ )
+    for ( const uint8_t reg : pollList_ ) {
         registerCache_[ reg ] = swapped( bus->get16( ++id ) );
+    }
     TRACE( 6, "Register cache updated for MireXcvrCPLD" );
     return true;
 }

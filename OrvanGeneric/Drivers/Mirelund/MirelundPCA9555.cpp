@@ -38,15 +38,15 @@ Component::HardwareDevice *MirelundPCA9555::create( const DriverArgs &args, Ham:
 }
 
 MirelundPCA9555::MirelundPCA9555( uint8_t config0, uint8_t config1 )
-    : GPIOExpander( banks, cacheTimeout, inputPort0, outputPort0, configuration0 ), config_{
-                                                                                        config0,
-                                                                                        config1 } {}
+    : GPIOExpander( banks, cacheTimeout, inputPort0, outputPort0, configuration0 ),
+      config_{ config0, config1 } {}
 
 int MirelundPCA9555::init() {
     const pl_status configured = writeConfig( config_ );
     const pl_status saved = save();
-    if ( configured != PL_STATUS_OK || saved != PL_STATUS_OK )
+    if ( configured != PL_STATUS_OK || saved != PL_STATUS_OK ) {
         TRACE( 0, "Error: failed to write PCA9555 pin configuration" );
+    }
     return PL_STATUS_OK;
 }
 
@@ -55,9 +55,7 @@ const Utils::ExpectedValues *MirelundPCA9555::expectedValues() {
 }
 
 Component::LogicalDevice::Led *MirelundPCA9555::newLed( const DriverArgs &args ) {
-    // clang-format off
     assert( args.driverArgs.find( "id" ) != args.driverArgs.end() );
-    // clang-format on
     const int fanId = requiredIntArg( args, "id" );
     TRACE( 5, "Creating new PCA9555 LED for fan id %hhu", static_cast<uint8_t>( fanId ) );
     assert( fanId >= 1 && fanId <= 5 );
@@ -75,10 +73,11 @@ MirelundPCA9555::FanLed::FanLed( MirelundPCA9555 *expander, uint8_t index )
     : expander_( expander ), index_( index ), pin_( static_cast<uint8_t>( firstLedPin + index ) ) {}
 
 bool MirelundPCA9555::FanLed::handleBlinkTimer( bool on ) {
-    if ( on )
+    if ( on ) {
         setLedOn();
-    else
+    } else {
         setLedOff();
+    }
     const pl_status status = expander_->save();
     assert( status == PL_STATUS_OK );
     return true;
@@ -86,8 +85,9 @@ bool MirelundPCA9555::FanLed::handleBlinkTimer( bool on ) {
 
 pl_status MirelundPCA9555::FanLed::setLightSetting( pl_led_status status ) {
     TRACE( 6, "Setting PCA9555 led %d to %s", index_, settingName( status ) );
-    if ( keepsBlinking( status ) )
+    if ( keepsBlinking( status ) ) {
         return PL_STATUS_OK;
+    }
     bool colour;
     switch ( status ) {
     case PL_LED_STATUS_OFF:
@@ -167,8 +167,9 @@ pl_status MirelundPCA9555::FanSlot::getPresence( char **fdl ) {
     formatFdl_.set( "modelName", modelName_ );
     const char *text = formatFdl_.charPtr();
     status = handOut( text, fdl );
-    if ( status != PL_STATUS_OK )
+    if ( status != PL_STATUS_OK ) {
         return status;
+    }
     TRACE( 5, "fan %d fdl: %s", index_, text );
     cachedFdl_.reset( strdup( text ) );
     cachedAirflow_ = backToFront;

@@ -63,8 +63,9 @@ pl_status MirelundPCA9698::configureBanks( uint8_t directions ) {
     std::array<uint8_t, banks> config;
     config.fill( directions );
     const pl_status status = writeConfig( config.data() );
-    if ( status != PL_STATUS_OK )
+    if ( status != PL_STATUS_OK ) {
         TRACE( 0, "Error: failed to write PCA9698 pin configuration" );
+    }
     return status;
 }
 
@@ -79,8 +80,9 @@ const Utils::ExpectedValues *MirelundPCA9698::expectedValues() {
 Component::HardwareDevice *MirelundSFP::create( const DriverArgs &args, Ham::Ham * ) {
     TRACE( 5, "Creating Mirelund SFP device" );
     const auto type = args.driverArgs.find( "type" );
-    if ( type != args.driverArgs.end() && type->second == "gpio" )
+    if ( type != args.driverArgs.end() && type->second == "gpio" ) {
         return new Component::HardwareDevice();
+    }
     return new MirelundSFP();
 }
 

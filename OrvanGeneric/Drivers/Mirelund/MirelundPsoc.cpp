@@ -64,19 +64,22 @@ int MirelundPsoc::init() {
     ham()->addWrite8( configurationC, configurationCValue, false );
     ham()->addWrite8( configurationA, configurationAValue, false );
     ham()->addWrite8( configurationB, configurationBValue, false );
-    if ( ham()->execute() )
+    if ( ham()->execute() ) {
         TRACE( 0, "MirelundPsoc init: failed to write configuration" );
+    }
     pollIntervalIs( pollingInterval );
-    if ( !pollStarted() )
+    if ( !pollStarted() ) {
         assert( pollStart() );
+    }
     return PL_STATUS_OK;
 }
 
 bool MirelundPsoc::pollCallback() {
     // The last alerts stand in for those that a failed read did not bring.
     const int status = ham()->read8( fanStallAlert, &stallAlert_ );
-    if ( status )
+    if ( status ) {
         TRACE( 0, "Error status %d reading fan stall alert register", status );
+    }
     return status == PL_STATUS_OK;
 }
 
@@ -128,8 +131,9 @@ pl_status MirelundPsoc::Fan::getRpm( int *rpm ) {
 }
 
 pl_status MirelundPsoc::Fan::setRpm( int rpm ) {
-    if ( !pwmMaster_ )
+    if ( !pwmMaster_ ) {
         return PL_STATUS_OK;
+    }
     constexpr const char *failure = "Error: setting fan %d to %d rpm failed with status %d";
     if ( maxRpm_ == 0 ) {
         TRACE( 0, failure, index_, rpm, PL_STATUS_TRANSPORT );
@@ -143,8 +147,9 @@ pl_status MirelundPsoc::Fan::setRpm( int rpm ) {
     const auto duty = static_cast<uint16_t>( std::min( byte, maxDutyPercent ) * dutyPerPercent );
     TRACE( 5, "Setting fan %d rpm to %d", index_, rpm );
     const int status = driver_->ham()->write16( pwmDuty, byteSwap( duty ), false );
-    if ( status )
+    if ( status ) {
         TRACE( 0, failure, index_, rpm, status );
+    }
     return static_cast<pl_status>( status );
 }
 

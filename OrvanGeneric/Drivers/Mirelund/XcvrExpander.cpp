@@ -18,10 +18,12 @@ XcvrPort XcvrExpander::portOf( unsigned int id ) const {
 
 pl_status XcvrExpander::writeRegisterBit( uint8_t bank, uint8_t bit, bool value ) {
     pl_status status = expander_->writeBit( bank, bit, value );
-    if ( status == PL_STATUS_OK )
+    if ( status == PL_STATUS_OK ) {
         status = expander_->save();
-    if ( status != PL_STATUS_OK )
+    }
+    if ( status != PL_STATUS_OK ) {
         TRACE( 0, family_.writeFailed, bank, bit & family_.tracedBits );
+    }
     return status;
 }
 
@@ -37,8 +39,9 @@ pl_status XcvrExpander::getRegisterBit( uint8_t bank, uint8_t bit, int *out ) {
 }
 
 pl_status XcvrExpander::activeLow( pl_status status, int *value ) {
-    if ( status == PL_STATUS_OK )
+    if ( status == PL_STATUS_OK ) {
         *value = !*value;
+    }
     return status;
 }
 

@@ -1,4 +1,7 @@
-/** A fan. */
+/**
+ * @file
+ * A fan.
+ */
 #ifndef PL_FAN_H
 #define PL_FAN_H
 
@@ -12,7 +15,7 @@ typedef struct pl_fan pl_fan;
 
 /** Callbacks of a fan. */
 typedef struct pl_fan_ops {
-    uint32_t size; /**< of this table, in bytes */
+    uint32_t size; ///< of this table, in bytes
     /** Gives a text for people, allocated with malloc, or leaves @p text alone. */
     pl_status ( *debug_info )( pl_fan *fan, char **text );
     /** Reads the speed, revolutions per minute. PL_STATUS_FAULT: the fan is stalled. */
@@ -25,7 +28,7 @@ typedef struct pl_fan_ops {
 struct pl_fan {
     uint32_t id;
     const pl_fan_ops *ops;
-    void *priv; /**< the library's own */
+    void *priv; ///< the library's own
 };
 
 /**

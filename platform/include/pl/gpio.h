@@ -1,4 +1,7 @@
-/** A single GPIO line. */
+/**
+ * @file
+ * A single GPIO line.
+ */
 #ifndef PL_GPIO_H
 #define PL_GPIO_H
 
@@ -12,17 +15,17 @@ typedef struct pl_gpio pl_gpio;
 
 /** Callbacks of a GPIO line. */
 typedef struct pl_gpio_ops {
-    uint32_t size; /**< of this table, in bytes */
+    uint32_t size; ///< of this table, in bytes
     pl_status ( *bit_set )( pl_gpio *gpio );
     pl_status ( *bit_clear )( pl_gpio *gpio );
-    pl_status ( *bit_read )( pl_gpio *gpio, unsigned int *value ); /**< 0 or 1 */
+    pl_status ( *bit_read )( pl_gpio *gpio, unsigned int *value ); ///< 0 or 1
 } pl_gpio_ops;
 
 /** A line as the host knows it. Owned by the driver library, valid as long as the process. */
 struct pl_gpio {
     uint32_t id;
     const pl_gpio_ops *ops;
-    void *priv; /**< the library's own */
+    void *priv; ///< the library's own
 };
 
 /**

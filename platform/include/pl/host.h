@@ -1,5 +1,6 @@
 /**
- * Services that a host offers to a driver library.
+ * @file
+ * * Services that a host offers to a driver library.
  *
  * A driver library refers to all of them weakly: it loads in a host that lacks any of them and runs
  * as far as it can without. All are called on the host's one event thread.

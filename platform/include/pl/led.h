@@ -1,4 +1,7 @@
-/** An LED. */
+/**
+ * @file
+ * An LED.
+ */
 #ifndef PL_LED_H
 #define PL_LED_H
 
@@ -18,12 +21,12 @@ typedef enum pl_led_status {
     PL_LED_STATUS_BAD = 3,
     PL_LED_STATUS_INACTIVE = 4,
     PL_LED_STATUS_UNKNOWN = 5,
-    PL_LED_STATUS_BEACON = 6 /**< blinks, so that somebody finds the unit */
+    PL_LED_STATUS_BEACON = 6 ///< blinks, so that somebody finds the unit
 } pl_led_status;
 
 /** Callbacks of an LED. */
 typedef struct pl_led_ops {
-    uint32_t size; /**< of this table, in bytes */
+    uint32_t size; ///< of this table, in bytes
     /** PL_STATUS_INVALID: the LED cannot show @p status. */
     pl_status ( *set_light_setting )( pl_led *led, pl_led_status status );
 } pl_led_ops;
@@ -32,7 +35,7 @@ typedef struct pl_led_ops {
 struct pl_led {
     uint32_t id;
     const pl_led_ops *ops;
-    void *priv; /**< the library's own */
+    void *priv; ///< the library's own
 };
 
 /**

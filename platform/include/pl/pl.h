@@ -1,4 +1,7 @@
-/** The whole interface between the host daemon and a driver library. */
+/**
+ * @file
+ * The whole interface between the host daemon and a driver library.
+ */
 #ifndef PL_PL_H
 #define PL_PL_H
 

@@ -1,4 +1,7 @@
-/** A power supply. */
+/**
+ * @file
+ * A power supply.
+ */
 #ifndef PL_PSU_H
 #define PL_PSU_H
 
@@ -12,8 +15,8 @@ typedef struct pl_psu pl_psu;
 
 /** Callbacks of a supply. Outputs are set on PL_STATUS_OK only, unless the driver says otherwise. */
 typedef struct pl_psu_ops {
-    uint32_t size;                          /**< of this table, in bytes */
-    pl_status ( *reserved )( pl_psu *psu ); /**< empty */
+    uint32_t size;                          ///< of this table, in bytes
+    pl_status ( *reserved )( pl_psu *psu ); ///< empty
     /** 1: the output is good; 0: off. PL_STATUS_FAULT: input is there, but the output is bad. */
     pl_status ( *get_power_ok )( pl_psu *psu, int *ok );
     pl_status ( *get_input_current )( pl_psu *psu, float *amperes );
@@ -28,7 +31,7 @@ typedef struct pl_psu_ops {
 struct pl_psu {
     uint32_t id;
     const pl_psu_ops *ops;
-    void *priv; /**< the library's own */
+    void *priv; ///< the library's own
 };
 
 /**

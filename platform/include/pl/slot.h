@@ -1,4 +1,7 @@
-/** A slot: a bay for a pluggable unit (fan tray, power supply). */
+/**
+ * @file
+ * A slot: a bay for a pluggable unit (fan tray, power supply).
+ */
 #ifndef PL_SLOT_H
 #define PL_SLOT_H
 
@@ -12,7 +15,7 @@ typedef struct pl_slot pl_slot;
 
 /** Callbacks of a slot. */
 typedef struct pl_slot_ops {
-    uint32_t size; /**< of this table, in bytes */
+    uint32_t size; ///< of this table, in bytes
     /**
      * Tells what is plugged in: on PL_STATUS_OK @p fdl receives a text of field data, allocated
      * with malloc; the caller frees it. PL_STATUS_NOT_PRESENT: empty; @p fdl is left alone.
@@ -24,7 +27,7 @@ typedef struct pl_slot_ops {
 struct pl_slot {
     uint32_t id;
     const pl_slot_ops *ops;
-    void *priv; /**< the library's own */
+    void *priv; ///< the library's own
 };
 
 /**

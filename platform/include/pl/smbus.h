@@ -1,4 +1,7 @@
-/** Raw SMBus access to one device. */
+/**
+ * @file
+ * Raw SMBus access to one device.
+ */
 #ifndef PL_SMBUS_H
 #define PL_SMBUS_H
 
@@ -12,7 +15,7 @@ typedef struct pl_smbus pl_smbus;
 
 /** Callbacks of a raw SMBus endpoint, named after the SMBus operations. Words are host integers. */
 typedef struct pl_smbus_ops {
-    uint32_t size; /**< of this table, in bytes */
+    uint32_t size; ///< of this table, in bytes
     pl_status ( *quick_command )( pl_smbus *smbus, int read );
     pl_status ( *receive_byte )( pl_smbus *smbus, unsigned char *value );
     pl_status ( *send_byte )( pl_smbus *smbus, unsigned char value );
@@ -41,7 +44,7 @@ typedef struct pl_smbus_ops {
 struct pl_smbus {
     uint32_t id;
     const pl_smbus_ops *ops;
-    void *priv; /**< the library's own */
+    void *priv; ///< the library's own
 };
 
 /**

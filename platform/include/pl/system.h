@@ -1,4 +1,7 @@
-/** The switch itself: its power. */
+/**
+ * @file
+ * The switch itself: its power.
+ */
 #ifndef PL_SYSTEM_H
 #define PL_SYSTEM_H
 
@@ -16,13 +19,13 @@ typedef struct pl_system pl_system;
 
 /** Callbacks of the system. */
 typedef struct pl_system_ops {
-    uint32_t size; /**< of this table, in bytes */
+    uint32_t size; ///< of this table, in bytes
     pl_status ( *poweroff )( pl_system *system );
     pl_status ( *powercycle )( pl_system *system );
     /** PL_STATUS_UNSUPPORTED: the board keeps no cause; nothing is written. */
     pl_status ( *get_reload_cause )( pl_system *system, char *cause, long *time,
                                      char *description );
-    pl_status ( *reserved )( pl_system *system ); /**< empty */
+    pl_status ( *reserved )( pl_system *system ); ///< empty
 } pl_system_ops;
 
 /** The system as the host knows it. Owned by the driver library, valid as long as the process. */

@@ -1,4 +1,7 @@
-/** A temperature sensor. */
+/**
+ * @file
+ * A temperature sensor.
+ */
 #ifndef PL_TEMP_SENSOR_H
 #define PL_TEMP_SENSOR_H
 
@@ -12,8 +15,8 @@ typedef struct pl_temp_sensor pl_temp_sensor;
 
 /** Callbacks of a temperature sensor. */
 typedef struct pl_temp_sensor_ops {
-    uint32_t size;                                     /**< of this table, in bytes */
-    pl_status ( *reserved )( pl_temp_sensor *sensor ); /**< empty */
+    uint32_t size;                                     ///< of this table, in bytes
+    pl_status ( *reserved )( pl_temp_sensor *sensor ); ///< empty
     /** Reads the temperature in degrees Celsius; @p celsius is set on PL_STATUS_OK only. */
     pl_status ( *get_temperature )( pl_temp_sensor *sensor, float *celsius );
 } pl_temp_sensor_ops;
@@ -22,7 +25,7 @@ typedef struct pl_temp_sensor_ops {
 struct pl_temp_sensor {
     uint32_t id;
     const pl_temp_sensor_ops *ops;
-    void *priv; /**< the library's own */
+    void *priv; ///< the library's own
 };
 
 /**

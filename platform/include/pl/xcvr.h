@@ -1,4 +1,7 @@
-/** A transceiver cage: SFP or QSFP. */
+/**
+ * @file
+ * A transceiver cage: SFP or QSFP.
+ */
 #ifndef PL_XCVR_H
 #define PL_XCVR_H
 
@@ -15,18 +18,18 @@ typedef enum pl_xcvr_type { PL_XCVR_TYPE_SFP = 0, PL_XCVR_TYPE_QSFP = 1 } pl_xcv
 
 /** Callbacks of an SFP cage. Outputs are 0 or 1 and are set on PL_STATUS_OK only. */
 typedef struct pl_sfp_ops {
-    uint32_t size; /**< of this sub-table, in bytes */
+    uint32_t size; ///< of this sub-table, in bytes
     /** 1: a module is present; 0: none; a failure answers its pl_status, which is not 0 either. */
     int ( *get_presence )( pl_xcvr *xcvr );
     pl_status ( *get_tx_fault )( pl_xcvr *xcvr, int *fault );
-    pl_status ( *get_rx_los )( pl_xcvr *xcvr, int *los ); /**< 1: receive signal lost */
+    pl_status ( *get_rx_los )( pl_xcvr *xcvr, int *los ); ///< 1: receive signal lost
     pl_status ( *get_tx_disable )( pl_xcvr *xcvr, int *disabled );
     pl_status ( *set_tx_disable )( pl_xcvr *xcvr, int disable );
 } pl_sfp_ops;
 
 /** Callbacks of a QSFP cage. Outputs are 0 or 1 and are set on PL_STATUS_OK only. */
 typedef struct pl_qsfp_ops {
-    uint32_t size; /**< of this sub-table, in bytes */
+    uint32_t size; ///< of this sub-table, in bytes
     /** As pl_sfp_ops::get_presence. */
     int ( *get_presence )( pl_xcvr *xcvr );
     pl_status ( *get_mod_sel )( pl_xcvr *xcvr, int *selected );
@@ -40,8 +43,8 @@ typedef struct pl_qsfp_ops {
 
 /** Callbacks of a cage. Behind a shorter sub-table the space is zero: empty entries. */
 typedef struct pl_xcvr_ops {
-    uint32_t size; /**< of this table, in bytes; the same for both types */
-    uint32_t type; /**< a pl_xcvr_type */
+    uint32_t size; ///< of this table, in bytes; the same for both types
+    uint32_t type; ///< a pl_xcvr_type
     union {
         pl_qsfp_ops qsfp;
         pl_sfp_ops sfp;
@@ -50,9 +53,9 @@ typedef struct pl_xcvr_ops {
 
 /** A cage as the host knows it. Owned by the driver library, valid as long as the process. */
 struct pl_xcvr {
-    uint32_t id; /**< the port's number */
+    uint32_t id; ///< the port's number
     const pl_xcvr_ops *ops;
-    void *priv; /**< the library's own */
+    void *priv; ///< the library's own
 };
 
 /**

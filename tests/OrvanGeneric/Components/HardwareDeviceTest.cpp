@@ -68,12 +68,13 @@ class ProbeHam : public ScriptedHam {
 class Creation : public testing::Test {
   protected:
     Creation() {
-        for ( const char *key : { "First", "Second" } )
+        for ( const char *key : { "First", "Second" } ) {
             Drivers::drivers[ key ] = [ this, key ]( const DriverArgs &args, Ham::Ham *ham ) {
                 argsGiven_.push_back( &args );
                 hamsGiven_.push_back( ham );
                 return new Probe( key );
             };
+        }
         Drivers::drivers[ "Failing" ] = []( const DriverArgs &, Ham::Ham * ) -> DeviceBase * {
             return nullptr;
         };
@@ -90,8 +91,9 @@ class Creation : public testing::Test {
         host_.traces.clear();
     }
     ~Creation() override {
-        for ( const auto &[ did, device ] : DeviceBase::devices )
+        for ( const auto &[ did, device ] : DeviceBase::devices ) {
             delete device;
+        }
         DeviceBase::devices.clear();
     }
 

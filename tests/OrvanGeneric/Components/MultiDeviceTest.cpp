@@ -74,8 +74,9 @@ class ComposedDriver {
       public:
         explicit Device( const ComposedDriver &driver ) : driver_( driver ) {}
         int init() override {
-            if ( driver_.onInit )
+            if ( driver_.onInit ) {
                 driver_.onInit( *this );
+            }
             return 0;
         }
 
@@ -270,8 +271,9 @@ TEST_F( MultiDeviceTest, AddFanBringsThePartUpAndKeepsItsRecord ) {
     EXPECT_EQ( device_.addFan( "part" ), fan_.record() );
     EXPECT_EQ( device_.fans, std::vector{ fan_.record() } );
     Traces expected = { { 6, "MultiDevice::addFan driver args = " + part_ } };
-    for ( const Trace &trace : scriptedCreation( part_ ) )
+    for ( const Trace &trace : scriptedCreation( part_ ) ) {
         expected.push_back( trace );
+    }
     EXPECT_EQ( host_.traces, expected );
 }
 
@@ -294,8 +296,9 @@ TEST_F( MultiDeviceTest, AddXcvrBringsThePartUpAndKeepsItsRecord ) {
     EXPECT_EQ( device_.addXcvr( "part" ), xcvr_.record() );
     EXPECT_EQ( device_.xcvrs, std::vector{ xcvr_.record() } );
     Traces expected = { { 6, "MultiDevice::addXcvr driver args = " + part_ } };
-    for ( const Trace &trace : scriptedCreation( part_ ) )
+    for ( const Trace &trace : scriptedCreation( part_ ) ) {
         expected.push_back( trace );
+    }
     EXPECT_EQ( host_.traces, expected );
 }
 
@@ -318,8 +321,9 @@ TEST_F( MultiDeviceTest, AddGpioBringsThePartUpAndKeepsItsRecord ) {
     EXPECT_EQ( device_.addGpio( "part" ), gpio_.record() );
     EXPECT_EQ( device_.gpios, std::vector{ gpio_.record() } );
     Traces expected = { { 6, "MultiDevice::addGpio driver args = " + part_ } };
-    for ( const Trace &trace : scriptedCreation( part_ ) )
+    for ( const Trace &trace : scriptedCreation( part_ ) ) {
         expected.push_back( trace );
+    }
     EXPECT_EQ( host_.traces, expected );
 }
 

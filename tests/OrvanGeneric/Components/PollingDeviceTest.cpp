@@ -19,8 +19,9 @@ class Polled final : public Component::PollingDevice<Component::HardwareDevice> 
 
     bool pollCallback() override {
         ++polls;
-        if ( onPoll )
+        if ( onPoll ) {
             onPoll();
+        }
         return answer;
     }
 
@@ -32,8 +33,9 @@ class Polled final : public Component::PollingDevice<Component::HardwareDevice> 
 class PollingDeviceTest : public testing::Test {
   protected:
     PollingDeviceTest() {
-        if ( !host_.timers.empty() )
+        if ( !host_.timers.empty() ) {
             handle_ = host_.timers.begin()->first;
+        }
     }
     FakeHost::Timer &timer() { return host_.timers.at( handle_ ); }
 

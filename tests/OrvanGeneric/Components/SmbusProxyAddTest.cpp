@@ -1,7 +1,6 @@
 #include <memory>
 
 #include <gtest/gtest.h>
-
 #include <pl/smbus.h>
 
 #include "OrvanGeneric/Components/HardwareDevice.h"

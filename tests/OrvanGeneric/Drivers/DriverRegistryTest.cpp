@@ -1,5 +1,3 @@
-#include "OrvanGeneric/Drivers/Drivers.h"
-
 #include <memory>
 #include <set>
 #include <typeinfo>
@@ -8,6 +6,7 @@
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
 #include "OrvanGeneric/Components/MultiDevice.h"
+#include "OrvanGeneric/Drivers/Drivers.h"
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/Drivers/GenericPCA9555.h"
 #include "OrvanGeneric/Drivers/GenericSmbusMux.h"
@@ -34,18 +33,21 @@ std::unique_ptr<DeviceBase> make( const std::string &key, const Drivers::DriverA
 
 TEST( DriverRegistry, KnowsEveryName ) {
     ASSERT_EQ( allKeys.size(), 20u );
-    for ( const std::string &key : allKeys )
+    for ( const std::string &key : allKeys ) {
         EXPECT_EQ( drivers.count( key ), 1u ) << key;
+    }
 }
 
 TEST( DriverRegistry, KnowsNoOtherName ) {
-    for ( const auto &[ key, factory ] : drivers )
+    for ( const auto &[ key, factory ] : drivers ) {
         EXPECT_EQ( allKeys.count( key ), 1u ) << key;
+    }
 }
 
 TEST( DriverRegistry, EveryNameHasAFactory ) {
-    for ( const auto &[ key, factory ] : drivers )
+    for ( const auto &[ key, factory ] : drivers ) {
         EXPECT_TRUE( factory ) << key;
+    }
 }
 
 TEST( DriverRegistry, NamesThatShareAFactoryMakeTheSameClass ) {

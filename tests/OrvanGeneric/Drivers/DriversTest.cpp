@@ -162,9 +162,11 @@ TEST( DriverArgText, FloatingPointNumbersHaveSixDigits ) {
 }
 
 TEST( DriverArgText, FloatingPointNumbersIgnoreTheLocale ) {
-    for ( const char *name : { "de_DE.UTF-8", "fr_FR.UTF-8", "C.UTF-8" } )
-        if ( std::setlocale( LC_ALL, name ) )
+    for ( const char *name : { "de_DE.UTF-8", "fr_FR.UTF-8", "C.UTF-8" } ) {
+        if ( std::setlocale( LC_ALL, name ) ) {
             break;
+        }
+    }
     EXPECT_EQ( argText( "1234567.5" ), "1.23457e+06" );
     EXPECT_EQ( argText( "0.5" ), "0.5" );
 }
@@ -252,8 +254,9 @@ TEST( DriverArgsDeath, MissingMembersInTheirOrder ) {
         DriverArgs args;
         args.parseJSON( text );
     };
-    for ( const char *text : { "[]", "1", "null" } )
+    for ( const char *text : { "[]", "1", "null" } ) {
         EXPECT_DEATH( parse( text ), assertionFailure( source, "json.IsObject()" ) );
+    }
     EXPECT_DEATH( parse( "{}" ), assertionFailure( source, "json.HasMember( \"did\" )" ) );
     // The identity's kind is looked at only after all else.
     EXPECT_DEATH( parse( R"({ "did": "1" })" ),
@@ -281,8 +284,9 @@ TEST( DriverArgsDeath, MembersOfTheWrongKind ) {
               R"({ "did": 4294967296, "driver": "Dummy", "address": { "address": 80 } })",
               R"({ "did": 1, "driver": null, "address": { "address": 80 } })",
               R"({ "did": 1, "driver": 5, "address": { "address": 80 } })",
-          } )
+          } ) {
         EXPECT_DEATH( parse( text ), jsonTypeFailure() ) << text;
+    }
     for ( const char *member : {
               R"("isMultiDevice": 1)",
               R"("isMultiDevice": "true")",
@@ -297,8 +301,9 @@ TEST( DriverArgsDeath, MembersOfTheWrongKind ) {
               R"("uid": "1")",
               R"("driverArgs": [])",
               R"("driverArgs": null)",
-          } )
+          } ) {
         EXPECT_DEATH( parse( description( member ) ), jsonTypeFailure() ) << member;
+    }
 }
 
 // Adding an argument
@@ -396,8 +401,9 @@ TEST( InsertDriverArgDeath, NeedsAnObjectOfArguments ) {
     };
     EXPECT_DEATH( insert( description().c_str() ),
                   assertionFailure( source, "document.HasMember( \"driverArgs\" )" ) );
-    for ( const char *text : { R"({"driverArgs":[]})", R"({"driverArgs":null})", "[]" } )
+    for ( const char *text : { R"({"driverArgs":[]})", R"({"driverArgs":null})", "[]" } ) {
         EXPECT_DEATH( insert( text ), jsonTypeFailure() ) << text;
+    }
 }
 
 // Reading arguments
@@ -437,8 +443,9 @@ TEST_F( DriverArgReaders, WhatIsNoNumberThrows ) {
 
 TEST_F( DriverArgReaders, OnlyTheExactTextIsTrue ) {
     EXPECT_TRUE( flagArg( args_, "on", false ) );
-    for ( const char *name : { "off", "one", "shout", "long", "empty" } )
+    for ( const char *name : { "off", "one", "shout", "long", "empty" } ) {
         EXPECT_FALSE( flagArg( args_, name, true ) ) << name;
+    }
     EXPECT_TRUE( flagArg( args_, "none", true ) );
     EXPECT_FALSE( flagArg( args_, "none", false ) );
 }

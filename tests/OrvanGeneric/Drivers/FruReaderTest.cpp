@@ -164,8 +164,9 @@ TEST_F( FruReaderTest, EmptyFieldsAreNotRead ) {
 TEST_F( FruReaderTest, FieldsUpToTheImagesEndAreReadAndNoneBeyond ) {
     // Four fields of 46 bytes from 11 on, then the serial number's length at 199.
     std::string fields;
-    for ( int i = 0; i < 4; ++i )
+    for ( int i = 0; i < 4; ++i ) {
         fields += field( std::string( 46, 'x' ) );
+    }
     ham.image = image( fields + field( std::string( 56, 's' ) ) );
     ASSERT_EQ( ham.image.size(), 256u );
     EXPECT_EQ( read(), PL_STATUS_OK );
@@ -179,8 +180,9 @@ TEST_F( FruReaderTest, FieldsUpToTheImagesEndAreReadAndNoneBeyond ) {
 TEST_F( FruReaderTest, TypeLengthByteBeyondTheImage ) {
     // The fourth field ends with the image.
     std::string fields;
-    for ( int i = 0; i < 3; ++i )
+    for ( int i = 0; i < 3; ++i ) {
         fields += field( std::string( 60, 'x' ) );
+    }
     ham.image = image( fields + field( std::string( 61, 'x' ) ) );
     ASSERT_EQ( ham.image.size(), 256u );
     EXPECT_EQ( read(), PL_STATUS_NOT_PRESENT );

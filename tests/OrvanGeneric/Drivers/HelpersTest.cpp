@@ -314,8 +314,9 @@ TEST( ZeroChecksum, TellsWhetherTheBytesAddUpToZero ) {
         { std::string( 256, '\x01' ), true },
         { std::string( 255, '\x01' ), false },
     };
-    for ( const auto &[ data, zero ] : cases )
+    for ( const auto &[ data, zero ] : cases ) {
         EXPECT_EQ( Drivers::zeroChecksum( data ), zero ) << testing::PrintToString( data );
+    }
 }
 
 // Devices of the topology

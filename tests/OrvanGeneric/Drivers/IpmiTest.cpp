@@ -201,9 +201,10 @@ TEST_F( IpmiTest, ASupplyWithoutAnArgumentIsNotMade ) {
 }
 
 TEST_F( IpmiTest, OtherSupplyIdsAbort ) {
-    for ( const char *id : { "0", "3", "257", "-1" } )
+    for ( const char *id : { "0", "3", "257", "-1" } ) {
         EXPECT_DEATH( ipmi_.newPsu( withArguments( { { "psuId", id }, { "ipmiKey", "P" } } ) ),
                       "psuId == 1 \\|\\| psuId == 2" );
+    }
 }
 
 // Fans
@@ -232,16 +233,18 @@ TEST_F( IpmiTest, AFansMaximumIsMaxRpmElseMaxFanRpm ) {
 
 TEST_F( IpmiTest, AFanWithoutAnArgumentAborts ) {
     const Arguments arguments = { { "fanId", "1" }, { "maxRpm", "9" }, { "ipmiKey", "FAN1" } };
-    for ( const char *name : { "fanId", "maxRpm", "ipmiKey" } )
+    for ( const char *name : { "fanId", "maxRpm", "ipmiKey" } ) {
         EXPECT_DEATH( ipmi_.newFan( withArguments( without( arguments, name ) ) ),
                       "it != args.driverArgs.end\\(\\)" );
+    }
 }
 
 TEST_F( IpmiTest, OtherFanIdsAbort ) {
-    for ( const char *id : { "0", "8", "257" } )
+    for ( const char *id : { "0", "8", "257" } ) {
         EXPECT_DEATH( ipmi_.newFan( withArguments(
                           { { "fanId", id }, { "maxRpm", "9" }, { "ipmiKey", "FAN1" } } ) ),
                       "fanId >= 1 && fanId <= 7" );
+    }
 }
 
 TEST_F( IpmiTest, SettingAFansSpeedAborts ) {
@@ -285,9 +288,10 @@ TEST_F( IpmiFanSlotTest, IsTracedWithTheIdGivenUpTo8 ) {
 }
 
 TEST_F( IpmiFanSlotTest, OtherIdsAbort ) {
-    for ( const char *id : { "0", "9" } )
+    for ( const char *id : { "0", "9" } ) {
         EXPECT_DEATH( ipmi_.newSlot( withArguments( with( slotArguments(), "fanId", id ) ) ),
                       "1 <= fanId && fanId <= 8" );
+    }
 }
 
 TEST_F( IpmiFanSlotTest, WithoutARequiredArgumentAborts ) {
@@ -298,8 +302,9 @@ TEST_F( IpmiFanSlotTest, WithoutARequiredArgumentAborts ) {
         { "rpmF2B", "f2bIt != slotArgs_.end\\(\\)" },
         { "rpmB2F", "b2fIt != slotArgs_.end\\(\\)" },
     };
-    for ( const auto &[ name, text ] : cases )
+    for ( const auto &[ name, text ] : cases ) {
         EXPECT_DEATH( ipmi_.newSlot( withArguments( without( slotArguments(), name ) ) ), text );
+    }
 }
 
 TEST_F( IpmiFanSlotTest, AnEmptyKeyAbortsWhenAsked ) {

@@ -16,8 +16,9 @@ struct Part : Component::HardwareDevice {
         explicit Slot( Part *part ) : part( part ) {}
         pl_status getPresence( char **fdl ) override {
             ++part->asked;
-            if ( part->status == PL_STATUS_OK )
+            if ( part->status == PL_STATUS_OK ) {
                 *fdl = strdup( part->name.c_str() );
+            }
             return part->status;
         }
         Part *part;
@@ -85,9 +86,11 @@ TEST_F( MultiSlotTest, EveryPartIsAddedInTheOrderOfTheKeysWithTheSlotsArguments 
     EXPECT_TRUE( traces.traced( 0, "Creating MultiSlot Device" ) );
     const std::string common = R"("driver":"Part","provideHam":0,"address":{"address":1},)";
     std::vector<std::string> adding;
-    for ( const std::string &text : traces.texts( 5 ) )
-        if ( text.rfind( "Adding slot", 0 ) == 0 )
+    for ( const std::string &text : traces.texts( 5 ) ) {
+        if ( text.rfind( "Adding slot", 0 ) == 0 ) {
             adding.push_back( text );
+        }
+    }
     EXPECT_EQ( adding, ( std::vector<std::string>{
                            "Adding slot 1 subdevice: a-tlv ->{\"did\":10," + common +
                                R"("driverArgs":{"name":"tlv","id":"1","psuId":"2"}})",
@@ -181,8 +184,9 @@ TEST_F( MultiSlotTest, APartWhoseTextIsNoJsonIsTracedAndSkipped ) {
 TEST_F( MultiSlotTest, SlotsOneToFiveAreTakenAndNumberedByTheirId ) {
     pl_slot_add( bay( member( "a", part( 10, "x" ) ), "5" ).c_str() );
     bool numbered = false;
-    for ( const std::string &text : FakeHost::instance().texts( 5 ) )
+    for ( const std::string &text : FakeHost::instance().texts( 5 ) ) {
         numbered |= text.rfind( "Adding slot 5 subdevice: a ->", 0 ) == 0;
+    }
     EXPECT_TRUE( numbered );
 }
 

@@ -34,8 +34,9 @@ TEST( Linear11, KnownWords ) {
         { 0x8001, 0.0000152587890625f }, // 2^-16
         { 0x8400, -0.015625f },          // -1024 * 2^-16
     };
-    for ( const auto &[ word, value ] : cases )
+    for ( const auto &[ word, value ] : cases ) {
         EXPECT_EQ( linear11ToReal( word ), value ) << std::hex << word;
+    }
 }
 
 TEST( Linear11, EveryExponent ) {
@@ -71,8 +72,9 @@ TEST( Linear16, KnownWords ) {
         { 0xFFFF, 0x1F, -0.5f },               //
         { 0x1800, 0xF7, 12 },                  // only five bits of the mode count
     };
-    for ( const auto &[ word, mode, value ] : cases )
+    for ( const auto &[ word, mode, value ] : cases ) {
         EXPECT_EQ( linear16ToReal( word, mode ), value ) << std::hex << word << " " << int{ mode };
+    }
 }
 
 TEST( LinearToReal, SignsComeFromTheWidths ) {
@@ -88,9 +90,10 @@ TEST( LinearToReal, SignsComeFromTheWidths ) {
         { 1, 0xFF, 8, 8, 0.5f },        { 1, 0xFF, 8, 3, 0.5f },   { 1, 0x07, 8, 4, 128 },
         { 1, 0x08, 8, 4, 0.00390625f }, { 1, 1, 1, 1, -0.5f },
     };
-    for ( const auto &c : cases )
+    for ( const auto &c : cases ) {
         EXPECT_EQ( linearToReal( c.mantissa, c.exponent, c.mantissaBits, c.exponentBits ), c.value )
             << std::hex << c.mantissa << " " << int{ c.exponent };
+    }
 }
 
 TEST( RealToLinear11, KnownWords ) {
@@ -103,8 +106,9 @@ TEST( RealToLinear11, KnownWords ) {
         { 3000, 0x12EE },  { 8000, 0x1BE8 },  { 16383, 0x23FF }, { 16384, 0x2A00 },
         { 32768, 0x3200 }, { 65535, 0x33FF },
     };
-    for ( const auto &[ value, word ] : cases )
+    for ( const auto &[ value, word ] : cases ) {
         EXPECT_EQ( realToLinear11( value ), word ) << value;
+    }
 }
 
 TEST( RealToLinear11, LosesLessThanItsLastStep ) {

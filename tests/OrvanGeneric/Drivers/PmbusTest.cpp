@@ -95,7 +95,7 @@ TEST_F( PmbusTest, RegistryKeyMakesThisDriver ) {
 }
 
 TEST_F( PmbusTest, LineWithoutRegisterOrBitThrows ) {
-    for ( const char *only : { "powerOkReg", "powerOkBit" } )
+    for ( const char *only : { "powerOkReg", "powerOkBit" } ) {
         try {
             Drivers::Pmbus::create( withArguments( { { "gpioDevice", "cpld" }, { only, "1" } } ),
                                     &ham_ );
@@ -103,6 +103,7 @@ TEST_F( PmbusTest, LineWithoutRegisterOrBitThrows ) {
         } catch ( const std::out_of_range &error ) {
             EXPECT_STREQ( error.what(), "map::at" ) << only;
         }
+    }
 }
 
 TEST_F( PmbusTest, RegisterWithoutALineIsIgnored ) {
@@ -314,10 +315,11 @@ TEST_F( PmbusTest, MissingAndWrongFanArgumentsAbort ) {
     EXPECT_DEATH( fan( { { "fanId", "1" } } ),
                   assertionFailure( file, "args.driverArgs.find( \"maxFanRpm\" ) != "
                                           "args.driverArgs.end()" ) );
-    for ( const char *id : { "0", "3", "-1" } )
+    for ( const char *id : { "0", "3", "-1" } ) {
         EXPECT_DEATH( fan( { { "fanId", id }, { "maxFanRpm", "1" } } ),
                       assertionFailure( file, "fanId == 1 || fanId == 2" ) )
             << id;
+    }
 }
 
 TEST_F( PmbusTest, EachFanHasItsRegistersAndFaultBit ) {
@@ -457,7 +459,7 @@ TEST_F( PmbusTest, UnknownSensorThrows ) {
                   { "255", "254" },
                   { "0", std::to_string( static_cast<size_t>( -1 ) ) },
                   { "256", std::to_string( static_cast<size_t>( -1 ) ) } };
-    for ( const auto &[ tempSensor, index ] : cases )
+    for ( const auto &[ tempSensor, index ] : cases ) {
         try {
             sensor( { { "sensorId", "1" }, { "tempSensor", tempSensor } } );
             ADD_FAILURE() << tempSensor;
@@ -465,6 +467,7 @@ TEST_F( PmbusTest, UnknownSensorThrows ) {
             EXPECT_EQ( error.what(),
                        "array::at: __n (which is " + index + ") >= _Nm (which is 3)" );
         }
+    }
 }
 
 TEST_F( PmbusTest, TemperaturesBelowZeroReadAsZero ) {

@@ -159,8 +159,9 @@ class PsuSlotCommandTest : public PsuSlotTest {
     Log seenWords() const {
         Log words;
         std::ifstream stream( folder_.file( "seen" ) );
-        for ( std::string line; std::getline( stream, line ); )
+        for ( std::string line; std::getline( stream, line ); ) {
             words.push_back( line );
+        }
         return words;
     }
     std::unique_ptr<PsuSlot::Slot> ipmitool( const Arguments &more = {} ) {

@@ -35,10 +35,11 @@ TEST_F( PsuSlotTest, SlotWithoutANumberIsNone ) {
 }
 
 TEST_F( PsuSlotTest, OtherNumbersAbort ) {
-    for ( const char *id : { "0", "3", "-1", "257" } )
+    for ( const char *id : { "0", "3", "-1", "257" } ) {
         EXPECT_DEATH( slot( slotArguments( "pmbus", { { "psuId", id } } ) ),
                       assertionFailure( file, "psuId == 1 || psuId == 2" ) )
             << id;
+    }
 }
 
 TEST_F( PsuSlotTest, EachTypeIsTraced ) {
@@ -77,8 +78,9 @@ TEST_F( PsuSlotTest, ModelWithoutATemplateAborts ) {
 TEST_F( PsuSlotTest, ModelsCountFromOneUpToTheFirstGap ) {
     Arguments arguments = slotArguments( "pmbus" );
     for ( int i = 3; i <= 11; ++i ) {
-        if ( i == 8 )
+        if ( i == 8 ) {
             continue;
+        }
         arguments[ "model_" + std::to_string( i ) ] = "M" + std::to_string( i );
         arguments[ "psuFdl_" + std::to_string( i ) ] = "no {serialNum}";
     }
@@ -293,8 +295,9 @@ TEST_F( PsuSlotTest, OneLineAloneIsNotAsked ) {
 TEST_F( PsuSlotTest, DeclaresTenRegisters ) {
     const auto &table = *driver_->expectedValues();
     std::map<unsigned, std::string> declared;
-    for ( const auto &[ reg, value ] : table )
+    for ( const auto &[ reg, value ] : table ) {
         declared[ reg ] = value.isNumeric() ? std::to_string( value.val() ) : value.valStr();
+    }
     EXPECT_EQ( declared, ( std::map<unsigned, std::string>{ { 4, "1" },
                                                             { 11, "197" },
                                                             { 17, "203" },
@@ -305,10 +308,12 @@ TEST_F( PsuSlotTest, DeclaresTenRegisters ) {
                                                             { 45, "GTVD1615001656" },
                                                             { 0x9A, "B DPS550AB6A" },
                                                             { 0x9E, "F GTVD1615001656" } } ) );
-    for ( const unsigned reg : { 4, 11, 17, 29, 40, 44 } )
+    for ( const unsigned reg : { 4, 11, 17, 29, 40, 44 } ) {
         EXPECT_EQ( table.at( reg ).size(), 1u );
-    for ( const unsigned reg : { 18, 45, 0x9A, 0x9E } )
+    }
+    for ( const unsigned reg : { 18, 45, 0x9A, 0x9E } ) {
         EXPECT_EQ( table.at( reg ).size(), table.at( reg ).valStr().size() );
+    }
 }
 
 class PsuSlotSimulation : public testing::TestWithParam<const char *> {};

@@ -58,18 +58,20 @@ TEST( IpmitoolSensorList, StatesThatSpeakOfAFaultOrOfAbsenceAre0 ) {
         { "Config Error: Vendor Mismatch", "0" },
         { "Power Supply Inactive", "0" },
     };
-    for ( const auto &[ states, reading ] : cases )
+    for ( const auto &[ states, reading ] : cases ) {
         EXPECT_EQ( Ham::parseSensorList( std::string( "S,01h,ok,10.1," ) + states ).readings,
                    ( Readings{ { "S", reading } } ) )
             << states;
+    }
 }
 
 TEST( IpmitoolSensorList, EveryThresholdStatusIsAReading ) {
     for ( const char *status :
-          { "ok", "nc", "cr", "nr", "lnc", "lcr", "lnr", "unc", "ucr", "unr" } )
+          { "ok", "nc", "cr", "nr", "lnc", "lcr", "lnr", "unc", "ucr", "unr" } ) {
         EXPECT_EQ( Ham::parseSensorList( std::string( "T,90,degrees C," ) + status ).readings,
                    ( Readings{ { "T", "90" } } ) )
             << status;
+    }
 }
 
 TEST( IpmitoolSensorList, AnAnalogSensorWithoutANumberHasNoReading ) {
@@ -99,8 +101,9 @@ TEST( IpmitoolSensorList, OtherTextIsNoList ) {
             std::string( "A,1,RPM" ), std::string( "A,1,ok" ), std::string( "A,1,RPM,what" ),
             std::string( "A\x01,1,RPM,ok" ), std::string( "A,01h,ok,10,x" ),
             std::string( "A,01h,ok,.1,x" ), std::string( "A,01h,ok,10.,x" ),
-            std::string( "A,01h,ok" ) } )
+            std::string( "A,01h,ok" ) } ) {
         EXPECT_FALSE( Ham::parseSensorList( text ).recognised() ) << text;
+    }
 }
 
 TEST( IpmitoolSensorList, ALineLongerThanAnyIsPassedOver ) {
@@ -112,8 +115,9 @@ TEST( IpmitoolSensorList, ALineLongerThanAnyIsPassedOver ) {
 
 TEST( IpmitoolSensorList, OfAMillionLinesAsManyAreKeptAsABmcCanHaveRecords ) {
     std::string output;
-    for ( int i = 0; i < 1000000; ++i )
+    for ( int i = 0; i < 1000000; ++i ) {
         output += std::to_string( i ) + ",1,RPM,ok\n";
+    }
     EXPECT_EQ( Ham::parseSensorList( output ).readings.size(), 65534u );
 }
 

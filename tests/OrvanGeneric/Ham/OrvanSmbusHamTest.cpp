@@ -347,8 +347,9 @@ class SmbusHamAbort : public SmbusHamTest {
     SmbusHamAbort() {
         peer_.answer( reply( { "", "a", "ab", "abc" } ) );
         ham_.prepare();
-        for ( unsigned reg = 0; reg < 4; ++reg )
+        for ( unsigned reg = 0; reg < 4; ++reg ) {
             ham_.addRead8( reg );
+        }
         EXPECT_EQ( ham_.execute(), 0 );
     }
 };
@@ -411,8 +412,9 @@ TEST_F( SmbusHamTest, WarmBatchAllocatesNothing ) {
         return status;
     };
     host_.dropTraces = true;
-    for ( int i = 0; i < 4; ++i )
+    for ( int i = 0; i < 4; ++i ) {
         ASSERT_EQ( batch(), 0 );
+    }
     int status;
     size_t allocations;
     {

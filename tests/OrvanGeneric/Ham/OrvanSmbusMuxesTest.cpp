@@ -234,8 +234,9 @@ TEST_F( SmbusMuxes, WarmBatchAllocatesNothing ) {
         status += ham->write16( 0x12, word, false );
         return status + ham->read16( 0x12, &word );
     };
-    for ( int i = 0; i < 4; ++i )
+    for ( int i = 0; i < 4; ++i ) {
         ASSERT_EQ( traffic(), 0 );
+    }
     int status;
     size_t allocations;
     {
@@ -260,8 +261,9 @@ TEST( OrvanSmbusMux, ThatIsNotDeclaredInlineIsABrokenInvariant ) {
         {
             // The process's last words: what it traced before the assertion failed.
             std::signal( SIGABRT, []( int ) {
-                for ( const std::string &text : FakeHost::instance().texts( 3 ) )
+                for ( const std::string &text : FakeHost::instance().texts( 3 ) ) {
                     std::fprintf( stderr, "\ntraced: %s", text.c_str() );
+                }
             } );
             create( device( 3 ) );
         },

@@ -1,9 +1,9 @@
 #include <filesystem>
 #include <fstream>
-
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <gmock/gmock.h>
 
 #include "tests/OrvanGeneric/Ham/SimHamFixture.h"
 
@@ -92,8 +92,9 @@ TEST( SimHamFile, DefaultFolderIsBelowTmp ) {
     ham.setExpected( &registers );
     EXPECT_EQ( content( file ), fileAtFirst );
     fs::remove( file );
-    if ( !wasThere )
+    if ( !wasThere ) {
         rmdir( "/tmp/OrvanSimulationDevices" );
+    }
 }
 
 TEST_F( SimHamFileTest, NewTableReplacesTheFile ) {

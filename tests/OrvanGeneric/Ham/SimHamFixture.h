@@ -35,8 +35,9 @@ class SimHamTest : public testing::Test {
   protected:
     SimHamTest() {
         base_ = ( std::filesystem::temp_directory_path() / "orvan-sim-XXXXXX" ).string();
-        if ( !mkdtemp( base_.data() ) )
+        if ( !mkdtemp( base_.data() ) ) {
             throw std::runtime_error( "mkdtemp" );
+        }
         folder_ = base_ + "/some/where";
         setenv( "ORVANLIB_SIMDIR", folder_.c_str(), 1 );
     }

@@ -1,10 +1,9 @@
 #include <atomic>
+#include <fcntl.h>
 #include <functional>
 #include <stdexcept>
-#include <thread>
-
-#include <fcntl.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 #include "tests/OrvanGeneric/Ham/SimHamFixture.h"
@@ -19,8 +18,9 @@ class LockHolder {
   public:
     LockHolder( const std::string &file, short type ) {
         int ready[ 2 ];
-        if ( pipe( ready ) || pipe( release_ ) )
+        if ( pipe( ready ) || pipe( release_ ) ) {
             throw std::runtime_error( "pipe" );
+        }
         child_ = fork();
         if ( child_ == 0 ) {
             struct flock lock = {};
@@ -28,8 +28,9 @@ class LockHolder {
             lock.l_whence = SEEK_SET;
             const int fd = open( file.c_str(), O_RDWR );
             char byte = fcntl( fd, F_SETLK, &lock ) == 0 ? 'y' : 'n';
-            if ( ::write( ready[ 1 ], &byte, 1 ) != 1 || ::read( release_[ 0 ], &byte, 1 ) != 1 )
+            if ( ::write( ready[ 1 ], &byte, 1 ) != 1 || ::read( release_[ 0 ], &byte, 1 ) != 1 ) {
                 _exit( 1 );
+            }
             _exit( 0 );
         }
         close( ready[ 1 ] );
@@ -41,10 +42,12 @@ class LockHolder {
 
     bool holds() const { return holds_; }
     void release() {
-        if ( child_ <= 0 )
+        if ( child_ <= 0 ) {
             return;
-        if ( ::write( release_[ 1 ], "", 1 ) == 1 )
+        }
+        if ( ::write( release_[ 1 ], "", 1 ) == 1 ) {
             waitpid( child_, nullptr, 0 );
+        }
         close( release_[ 0 ] );
         close( release_[ 1 ] );
         child_ = -1;

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <PLSocket.h>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include <PLSocket.h>
 #include <gtest/gtest.h>
 
 #include "OrvanGeneric/Drivers/Drivers.h"
@@ -58,8 +58,9 @@ class SmbusServiceTest : public testing::Test {
         // service's threads.
         testing::FLAGS_gtest_death_test_style = "threadsafe";
         _plSock = new PlatformLibrary::PLSocket();
-        if ( _plSock->setup() != 0 )
+        if ( _plSock->setup() != 0 ) {
             throw std::runtime_error( "no connection to the test's service" );
+        }
     }
     ~SmbusServiceTest() override {
         delete _plSock;

@@ -1,10 +1,13 @@
-/** A board folder written by a test. */
+/**
+ * @file
+ * A board folder written by a test.
+ */
 #pragma once
+
+#include <string>
 
 #include "orvan/board/Board.h"
 #include "tests/support/Process.h"
-
-#include <string>
 
 namespace test {
 

@@ -1,8 +1,8 @@
 #include "orvan/board/Board.h"
 
-#include "tests/orvan/board/BoardFiles.h"
-
 #include <gmock/gmock.h>
+
+#include "tests/orvan/board/BoardFiles.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 /** Descriptions on which the library would abort, throw or give up, and what is said of them. */
 #include "orvan/board/DescriptionCheck.h"
 
-#include "tests/orvan/board/BoardFiles.h"
-
 #include <gmock/gmock.h>
+
+#include "tests/orvan/board/BoardFiles.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
-#include "tests/orvan/FakeBoard.h"
-
 #include <gmock/gmock.h>
+
+#include "tests/orvan/FakeBoard.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "orvan/json/JsonFile.h"
 
-#include "tests/support/Process.h"
-
 #include <gmock/gmock.h>
+
+#include "tests/support/Process.h"
 
 namespace {
 

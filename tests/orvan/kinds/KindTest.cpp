@@ -1,10 +1,10 @@
 /** What each kind can read and set, on records of the fake library. */
 #include "orvan/kinds/Kind.h"
 
+#include <gmock/gmock.h>
+
 #include "orvan/Errors.h"
 #include "tests/orvan/FakeBoard.h"
-
-#include <gmock/gmock.h>
 
 namespace {
 

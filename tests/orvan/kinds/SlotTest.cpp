@@ -21,16 +21,18 @@ class SlotKind : public testing::Test {
         calls = 0;
         orvan::Readout readout( peripheral_ );
         std::vector<std::string> lines;
-        for ( const orvan::Reading &reading : orvan::slotKind.readings( peripheral_ ) )
+        for ( const orvan::Reading &reading : orvan::slotKind.readings( peripheral_ ) ) {
             lines.push_back( std::string( reading.name ) + " " +
                              orvan::valueText( reading, reading.read( readout ) ) );
+        }
         return lines;
     }
 
     static pl_status answer( pl_slot *, char **fdl ) {
         ++calls;
-        if ( status == PL_STATUS_OK && text )
+        if ( status == PL_STATUS_OK && text ) {
             *fdl = strdup( text );
+        }
         return status;
     }
 

@@ -161,8 +161,9 @@ TEST_F( Psoc, TemperaturesStayWithinAByte ) {
 
 TEST_F( Psoc, InputsAreListed ) {
     std::vector<std::string> names;
-    for ( const auto &input : test.chip( "psoc" ).inputs() )
+    for ( const auto &input : test.chip( "psoc" ).inputs() ) {
         names.push_back( input.name );
+    }
     EXPECT_EQ( names, ( std::vector<std::string>{ "ambient", "fan1.present", "fan1.blocked",
                                                   "fan2.present", "fan2.blocked", "inlet.rise",
                                                   "asic.rise" } ) );
@@ -172,8 +173,9 @@ TEST_F( Psoc, InputsAreListed ) {
 
 TEST_F( Psoc, RegistersAreListedAndLookedAtAsWords ) {
     std::vector<std::pair<unsigned, unsigned>> widths;
-    for ( const auto &info : test.chip( "psoc" ).registers() )
+    for ( const auto &info : test.chip( "psoc" ).registers() ) {
         widths.push_back( { info.number, info.width } );
+    }
     EXPECT_EQ( widths, ( std::vector<std::pair<unsigned, unsigned>>{ { 8, 1 },
                                                                      { 10, 1 },
                                                                      { 32, 1 },
@@ -302,8 +304,9 @@ TEST( PsocConfiguration, OptionsChangeTheStart ) {
 
 TEST( PsocConfiguration, EightFansAreTheMost ) {
     std::string fans = R"({ "maxRpm": 10000 })";
-    for ( int i = 1; i < 8; ++i )
+    for ( int i = 1; i < 8; ++i ) {
         fans += R"(, { "maxRpm": 10000 })";
+    }
     EXPECT_EQ( TestBoard( withOptions( "\"fans\": [" + fans + "]" ) ).number( "psoc", 78 ), 5000u );
     EXPECT_THROW( TestBoard( withOptions( "\"fans\": [" + fans + R"(, { "maxRpm": 1 } ])" ) ),
                   smbusd::ConfigError );
@@ -319,8 +322,9 @@ TEST( PsocConfiguration, WhatCannotBeIsRefused ) {
             R"("fans": [], "temperatures": { "32": { "name": "a" }, "0x20": { "name": "b" } })",
             R"("fans": [], "temperatures": { "32": { "name": "a" }, "33": { "name": "a" } })",
             R"("fans": [], "temperatures": { "32": { "name": "" } })",
-            R"("fans": [], "temperatures": { "32": { "rise": 1 } })" } )
+            R"("fans": [], "temperatures": { "32": { "rise": 1 } })" } ) {
         EXPECT_THROW( TestBoard( withOptions( options ) ), smbusd::ConfigError ) << options;
+    }
 }
 
 } // namespace

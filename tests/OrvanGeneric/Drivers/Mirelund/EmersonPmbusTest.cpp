@@ -109,8 +109,9 @@ TEST_F( EmersonPmbusTest, MissingAndWrongSupplyNumbersAbort ) {
     EXPECT_DEATH(
         EmersonPmbus::create( withArguments( {} ), &ham_ ),
         assertionFailure( "OrvanGeneric/Drivers/Drivers.cpp", "it != args.driverArgs.end()" ) );
-    for ( const char *id : { "0", "3", "-1", "257" } )
+    for ( const char *id : { "0", "3", "-1", "257" } ) {
         EXPECT_DEATH( make( id ), assertionFailure( file, "psuId == 1 || psuId == 2" ) ) << id;
+    }
 }
 
 TEST_F( EmersonPmbusTest, InitFindsTheExpanderWithoutTraffic ) {
@@ -281,10 +282,11 @@ TEST_F( EmersonPmbusTest, MissingAndWrongFanArgumentsAbort ) {
     EXPECT_DEATH( fan( { { "fanId", "1" } } ),
                   assertionFailure( file, "args.driverArgs.find( \"maxFanRpm\" ) != "
                                           "args.driverArgs.end()" ) );
-    for ( const char *id : { "0", "3", "-1", "257" } )
+    for ( const char *id : { "0", "3", "-1", "257" } ) {
         EXPECT_DEATH( fan( { { "fanId", id }, { "maxFanRpm", "1" } } ),
                       assertionFailure( file, "fanId == 1 || fanId == 2" ) )
             << id;
+    }
 }
 
 TEST_F( EmersonPmbusTest, SpeedsAreReadAndCutToWholeOnes ) {
@@ -409,8 +411,9 @@ TEST( EmersonPmbusSimulation, HealthySupply ) {
         EXPECT_EQ( rpm, 8000 );
         EXPECT_EQ( fan->ops->set_rpm( fan, 9000 ), PL_STATUS_OK );
     }
-    for ( const Trace &trace : FakeHost::instance().traces )
+    for ( const Trace &trace : FakeHost::instance().traces ) {
         EXPECT_EQ( trace.text.find( "WARNING" ), std::string::npos ) << trace.text;
+    }
     std::filesystem::remove_all( directory );
 }
 

@@ -25,8 +25,9 @@ class MireCLedCPLDTest : public testing::Test {
 /** Each write is a transaction of its own. */
 Log writes( const std::vector<std::string> &operations ) {
     Log log;
-    for ( const std::string &operation : operations )
+    for ( const std::string &operation : operations ) {
         log.insert( log.end(), { "prepare", operation, "execute" } );
+    }
     return log;
 }
 

@@ -54,10 +54,12 @@ class MirePsuPCA9555Test : public testing::Test {
     /** The traces but those of the expander's own. */
     Traces ownTraces() const {
         Traces own;
-        for ( const Trace &trace : host_.traces )
+        for ( const Trace &trace : host_.traces ) {
             if ( trace.text.find( "GPIOExpander" ) == std::string::npos &&
-                 trace.text.find( "output bank" ) == std::string::npos )
+                 trace.text.find( "output bank" ) == std::string::npos ) {
                 own.push_back( trace );
+            }
+        }
         return own;
     }
 
@@ -213,8 +215,9 @@ TEST_F( MirePsuPCA9555Test, MissingAndWrongLedArgumentsAbort ) {
                   assertionFailure( file, "args.driverArgs.find( \"id\" ) != "
                                           "args.driverArgs.end()" ) );
     EXPECT_DEATH( expander_->newLed( withArguments( { { "id", "1" } } ) ), missingArgument );
-    for ( const char *id : { "0", "3", "-1", "257" } )
+    for ( const char *id : { "0", "3", "-1", "257" } ) {
         EXPECT_DEATH( led( id ), assertionFailure( file, "1 <= ledId && ledId <= 2" ) ) << id;
+    }
 }
 
 TEST_F( MirePsuPCA9555Test, OperationsAreInTheirOrder ) {
@@ -245,8 +248,8 @@ TEST_F( MirePsuPCA9555Test, SettingsGiveTheColourOnTheLedsPins ) {
                      { PL_LED_STATUS_WARNING, "Warning", Red },
                      { PL_LED_STATUS_BAD, "Bad", Red },
                      { PL_LED_STATUS_BEACON, "Beacon", Dark } };
-    for ( const auto &[ id, type, index, green, red ] : leds )
-        for ( const auto &[ setting, name, colour ] : settings )
+    for ( const auto &[ id, type, index, green, red ] : leds ) {
+        for ( const auto &[ setting, name, colour ] : settings ) {
             for ( const int before : { 0x00, 0xFF } ) {
                 const auto made = led( id, type );
                 ham_.bytes[ 3 ] = static_cast<uint8_t>( before );
@@ -261,6 +264,8 @@ TEST_F( MirePsuPCA9555Test, SettingsGiveTheColourOnTheLedsPins ) {
                 EXPECT_TRUE( host_.traced( 6, std::string( "Setting PCA9555 led " ) + index +
                                                   " to " + name ) );
             }
+        }
+    }
 }
 
 TEST_F( MirePsuPCA9555Test, SettingsThatCannotBeShownLeaveThePins ) {
@@ -355,8 +360,9 @@ TEST( MirePsuPCA9555Simulation, HealthySupplies ) {
     pl_led *led = pl_led_add( R"({ "driver": "MirePsuPCA9555", "did": 9, "name": "psus",
         "address": { "address": 33 }, "driverArgs": { "id": 2, "type": "psu" } })" );
     ASSERT_NE( led, nullptr );
-    for ( const Trace &trace : FakeHost::instance().traces )
+    for ( const Trace &trace : FakeHost::instance().traces ) {
         EXPECT_EQ( trace.text.find( "rror" ), std::string::npos ) << trace.text;
+    }
     auto *expander = static_cast<MirePsuPCA9555 *>( Component::DeviceBase::devices.at( 9 ) );
     for ( const int id : { 1, 2 } ) {
         bool ok = false;

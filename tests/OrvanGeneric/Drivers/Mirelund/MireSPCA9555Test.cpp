@@ -180,9 +180,11 @@ TEST_F( MireSPCA9555Test, OperationsTraceTheirNamesAndTheZeroBasedId ) {
     port->getLpMode( &value );
     port->setLpMode( 1 );
     Log operations;
-    for ( const std::string &text : host_.texts( 5 ) )
-        if ( text.find( "GPIOExpander" ) == std::string::npos )
+    for ( const std::string &text : host_.texts( 5 ) ) {
+        if ( text.find( "GPIOExpander" ) == std::string::npos ) {
             operations.push_back( text );
+        }
+    }
     EXPECT_EQ( operations,
                ( Log{ "getModSel(): id=53", "setModSel(): id=53", "getPresence(): id=53",
                       "getInterrupt(): id=53", "getReset(): id=53", "setReset(): id=53",

@@ -63,10 +63,12 @@ class MirelundPCA9555Test : public testing::Test {
     /** The traces but those of the expander's own. */
     Traces ownTraces() const {
         Traces own;
-        for ( const Trace &trace : host_.traces )
+        for ( const Trace &trace : host_.traces ) {
             if ( trace.text.find( "GPIOExpander" ) == std::string::npos &&
-                 trace.text.find( "FormatFdl" ) == std::string::npos )
+                 trace.text.find( "FormatFdl" ) == std::string::npos ) {
                 own.push_back( trace );
+            }
+        }
         return own;
     }
 
@@ -96,11 +98,12 @@ TEST_F( MirelundPCA9555Test, RegistryKeyMakesThisDriver ) {
 }
 
 TEST_F( MirelundPCA9555Test, MissingBankDirectionsAbort ) {
-    for ( const char *only : { "bank-io-0", "bank-io-1" } )
+    for ( const char *only : { "bank-io-0", "bank-io-1" } ) {
         EXPECT_DEATH(
             Drivers::MirelundPCA9555::create( withArguments( { { only, "255" } } ), &ham_ ),
             "Assertion `it != args.driverArgs.end\\(\\)' failed" )
             << only;
+    }
 }
 
 TEST_F( MirelundPCA9555Test, InitWritesBothDirectionsInOneBatch ) {
@@ -148,8 +151,9 @@ TEST_F( MirelundPCA9555Test, MissingLedIdAborts ) {
 }
 
 TEST_F( MirelundPCA9555Test, LedIdOutsideOneToFiveAborts ) {
-    for ( const char *id : { "0", "6", "257", "-1" } )
+    for ( const char *id : { "0", "6", "257", "-1" } ) {
         EXPECT_DEATH( led( id ), "Assertion `fanId >= 1 && fanId <= 5' failed" ) << id;
+    }
 }
 
 TEST_F( MirelundPCA9555Test, EachLedHasItsPin ) {
@@ -322,8 +326,9 @@ TEST_F( MirelundPCA9555Test, NewSlotIsTraced ) {
 }
 
 TEST_F( MirelundPCA9555Test, FanIdOutsideOneToFourAborts ) {
-    for ( const char *id : { "0", "5", "-1" } )
+    for ( const char *id : { "0", "5", "-1" } ) {
         EXPECT_DEATH( slot( id ), "Assertion `1 <= fanId && fanId <= 4' failed" ) << id;
+    }
 }
 
 TEST_F( MirelundPCA9555Test, MissingSlotArgumentsAbort ) {
@@ -506,12 +511,13 @@ TEST( MirelundPCA9555Simulation, HealthyFanBoard ) {
                arguments + "} }";
     };
     pl_slot *slots[ 4 ];
-    for ( int fan = 1; fan <= 4; ++fan )
+    for ( int fan = 1; fan <= 4; ++fan ) {
         slots[ fan - 1 ] =
             pl_slot_add( description( "\"fanId\": " + std::to_string( fan ) +
                                       R"(, "fanFdl": "{airflowDirection} {maxRpm} {modelName}",
                              "rpmF2B": 25000, "rpmB2F": 23000, "modelName": "FAN-7000")" )
                              .c_str() );
+    }
     pl_led *led = pl_led_add( description( R"("id": 2)" ).c_str() );
     FakeHost &host = FakeHost::instance();
     EXPECT_FALSE( host.traced( 0, "Error: failed to write PCA9555 pin configuration" ) );
@@ -530,8 +536,9 @@ TEST( MirelundPCA9555Simulation, HealthyFanBoard ) {
     EXPECT_EQ( text, "0f00ff2fff0f" );
     std::filesystem::remove_all( directory );
 
-    for ( pl_slot *slot : slots )
+    for ( pl_slot *slot : slots ) {
         delete static_cast<Slot *>( slot->priv );
+    }
     delete static_cast<Led *>( led->priv );
     deleteSimulated( 9 );
 }

@@ -41,8 +41,9 @@ class MirelundPCA9698Test : public testing::Test {
     }
     /** Gives one nibble of the input pins a value, all others @p rest, and lets the cache age. */
     void setPins( Position position, unsigned nibble, bool rest ) {
-        for ( unsigned bank = 0; bank < 4; ++bank )
+        for ( unsigned bank = 0; bank < 4; ++bank ) {
             ham_.bytes[ bank ] = rest ? 0xFF : 0;
+        }
         uint8_t &byte = ham_.bytes[ position.bank ];
         byte =
             static_cast<uint8_t>( ( byte & ~( 0xFu << position.bit ) ) | nibble << position.bit );
@@ -59,8 +60,9 @@ class MirelundPCA9698Test : public testing::Test {
 
 TEST_F( MirelundPCA9698Test, CreationTracesTheSameTextForAllThree ) {
     for ( Factory *create : { &Drivers::MirelundSFP::create, &Drivers::MireYQSFP::create,
-                              &Drivers::MireZQSFP::create } )
+                              &Drivers::MireZQSFP::create } ) {
         make( create );
+    }
     EXPECT_EQ( host_.traces, ( Traces( 3, Trace{ 5, "Creating Mirelund SFP device" } ) ) );
     EXPECT_TRUE( ham_.log.empty() );
 }
@@ -305,9 +307,11 @@ TEST_F( MirelundPCA9698Test, SfpOperationsTraceTheirNamesAndTheZeroBasedId ) {
     port->getTxDisable( &value );
     port->setTxDisable( 1 );
     Log operations;
-    for ( const std::string &text : host_.texts( 5 ) )
-        if ( text.find( "GPIOExpander" ) == std::string::npos )
+    for ( const std::string &text : host_.texts( 5 ) ) {
+        if ( text.find( "GPIOExpander" ) == std::string::npos ) {
             operations.push_back( text );
+        }
+    }
     EXPECT_EQ( operations,
                ( Log{ "getPresence(): id=47", "getRxLos(): id=47", "getTxFault(): id=47",
                       "getTxDisable(): id=47", "setTxDisable(): id=47" } ) );
@@ -327,9 +331,11 @@ TEST_F( MirelundPCA9698Test, QsfpOperationsTraceTheirNamesAndTheZeroBasedId ) {
     port->getModSel( &value );
     port->setModSel( 1 );
     Log operations;
-    for ( const std::string &text : host_.texts( 5 ) )
-        if ( text.find( "GPIOExpander" ) == std::string::npos )
+    for ( const std::string &text : host_.texts( 5 ) ) {
+        if ( text.find( "GPIOExpander" ) == std::string::npos ) {
             operations.push_back( text );
+        }
+    }
     EXPECT_EQ( operations,
                ( Log{ "getPresence(): id=48", "getInterrupt(): id=48", "getReset(): id=48",
                       "setReset(): id=48", "getLpMode(): id=48", "setLpMode(): id=48",

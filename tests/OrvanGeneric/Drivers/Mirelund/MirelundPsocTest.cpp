@@ -51,8 +51,9 @@ class MirelundPsocTest : public testing::Test {
     /** Has the stall alerts polled as @p alerts. */
     void poll( uint8_t alerts ) {
         ham_.bytes[ 50 ] = alerts;
-        if ( !host_.timers.at( timer_ ).armed )
+        if ( !host_.timers.at( timer_ ).armed ) {
             driver_->init();
+        }
         host_.fire( timer_ );
         ham_.takeLog();
         host_.traces.clear();
@@ -206,8 +207,9 @@ TEST_F( MirelundPsocTest, MissingFanArgumentsAbort ) {
 }
 
 TEST_F( MirelundPsocTest, FanIdOutsideOneToFourAborts ) {
-    for ( const char *id : { "0", "5", "-1", "257" } )
+    for ( const char *id : { "0", "5", "-1", "257" } ) {
         EXPECT_DEATH( fan( id ), "Assertion `fanId >= 1 && fanId <= 4' failed" ) << id;
+    }
 }
 
 TEST_F( MirelundPsocTest, MissingRegisterOffsetThrowsFromTheConversion ) {
@@ -472,8 +474,9 @@ TEST( MirelundPsocSimulation, FansAndSensorsAnswerFromTheSimulationFile ) {
     EXPECT_EQ( third->ops->get_rpm( third, &rpm ), PL_STATUS_OK );
     std::filesystem::remove_all( directory );
 
-    for ( pl_fan *fan : { third, fourth } )
+    for ( pl_fan *fan : { third, fourth } ) {
         delete static_cast<Component::LogicalDevice::Fan *>( fan->priv );
+    }
     delete static_cast<Component::LogicalDevice::TempSensor *>( sensor->priv );
     deleteSimulated( 7 );
 }

@@ -89,10 +89,12 @@ TEST_F( MirelundSystemTest, TheReloadCauseIsNotKeptAndNothingIsWritten ) {
     EXPECT_EQ( system_->ops->get_reload_cause( system_, cause, &time, description ),
                PL_STATUS_UNSUPPORTED );
     EXPECT_EQ( time, 77 );
-    for ( const char c : cause )
+    for ( const char c : cause ) {
         ASSERT_EQ( c, 'c' );
-    for ( const char c : description )
+    }
+    for ( const char c : description ) {
         ASSERT_EQ( c, 'd' );
+    }
 }
 
 TEST( MirelundSystemDeathTest, ABoardWithoutTheControllerAborts ) {

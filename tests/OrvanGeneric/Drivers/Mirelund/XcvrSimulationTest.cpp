@@ -55,9 +55,11 @@ class XcvrSimulationTest : public testing::Test {
         return std::unique_ptr<QsfpXcvr>( device_->newQsfpXcvr( id, args_ ) );
     }
     bool warned() const {
-        for ( const std::string &text : host_.texts( 0 ) )
-            if ( text.find( "WARNING" ) != std::string::npos )
+        for ( const std::string &text : host_.texts( 0 ) ) {
+            if ( text.find( "WARNING" ) != std::string::npos ) {
                 return true;
+            }
+        }
         return false;
     }
 
@@ -75,10 +77,12 @@ TEST_F( XcvrSimulationTest, CpldStartsWithEmptyCages ) {
     start( "MireQCPLD" );
     EXPECT_EQ( initResult_, 0 );
     EXPECT_EQ( fileText(), "00000000\n" );
-    for ( unsigned id = 1; id <= 48; ++id )
+    for ( unsigned id = 1; id <= 48; ++id ) {
         EXPECT_EQ( sfp( id )->getPresence(), 0 ) << id;
-    for ( unsigned id = 1; id <= 32; ++id )
+    }
+    for ( unsigned id = 1; id <= 32; ++id ) {
         EXPECT_EQ( qsfp( id )->getPresence(), 0 ) << id;
+    }
     EXPECT_FALSE( warned() );
     EXPECT_TRUE( host_.traced( 6, "Register cache updated for MireXcvrCPLD" ) );
 }
