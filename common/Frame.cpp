@@ -72,10 +72,10 @@ void FrameDecoder::restart() {
     headerBytes_ = 0;
     missing_ = 0;
     room_ = 0;
-    if ( message_.capacity() > keptCapacity ) {
-        message_ = std::string(); // an empty list would keep the memory
-    }
     message_.clear();
+    if ( message_.capacity() > keptCapacity ) {
+        message_.shrink_to_fit(); // an assignment would keep the memory
+    }
 }
 
 } // namespace common
