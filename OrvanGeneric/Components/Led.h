@@ -37,8 +37,13 @@ class Led {
     static const char *getLedStatusString( pl_led_status status );
     /** Makes the blink timer unless there is one. */
     static void createBlinkTimer();
-    /** Puts @p led on the notification list, a further time if it is on it; the timer must exist. */
+    /**
+     * Puts @p led on the notification list, a further time if it is on it; the timer must exist. The
+     * timer is armed with the first LED, and also when the host refused to arm it before.
+     */
     static void notifyOnBlink( Led *led );
+    /** Arms the timer again when the host refused to, so that the LEDs on the list go on. */
+    static void keepBlinkTimerRunning();
     /** Takes every entry of @p led off the notification list. */
     static void stopBlinkNotification( Led *led );
     /** The host's callback of the blink timer; @p context is not used. */
@@ -53,6 +58,11 @@ class Led {
     static std::list<Led *> notifyList_; ///< in the order added; not owned
 
   private:
+    /** Arms the timer for one tick; a host's refusal is traced. */
+    static void armBlinkTimer();
+
+    static bool blinkTimerArmed_; ///< false when the host refused the last arming
+
     pl_led record_;
     bool blinks_;
 };
