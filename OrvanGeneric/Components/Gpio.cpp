@@ -4,7 +4,7 @@
 #include <string>
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Ham/Ham.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/NotImplementedException.h"

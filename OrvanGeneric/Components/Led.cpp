@@ -1,7 +1,7 @@
 #include "OrvanGeneric/Components/Led.h"
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/HostServices.h"
 
 namespace Component::LogicalDevice {

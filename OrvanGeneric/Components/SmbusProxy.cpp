@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "OrvanGeneric/TopologyVisitor.h"

@@ -4,7 +4,8 @@
 #include <cstring>
 #include <utility>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
+#include "OrvanGeneric/Ham/HamSelection.h"
 #include "OrvanGeneric/Ham/IpmiHam.h"
 #include "OrvanGeneric/HostServices.h"
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "OrvanGeneric/Components/Gpio.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Drivers/Helpers.h"
 #include "OrvanGeneric/Drivers/PmbusFormats.h"
 #include "OrvanGeneric/Ham/Ham.h"

@@ -8,6 +8,7 @@
 #include "OrvanGeneric/Drivers/TlvReader.h"
 #include "OrvanGeneric/Ham/Ham.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/Shell.h"
 
 namespace Drivers {
 

@@ -5,9 +5,9 @@
 #include <sstream>
 #include <utility>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
-#include "OrvanGeneric/Drivers/Helpers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/Shell.h"
 #include "OrvanGeneric/Utils.h"
 
 namespace Ham {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cassert>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Drivers/Helpers.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirePsuPCA9555.h"
 #include "OrvanGeneric/Drivers/PmbusFormats.h"

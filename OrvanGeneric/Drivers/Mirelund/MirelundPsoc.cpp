@@ -4,7 +4,7 @@
 #include <cassert>
 #include <string>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Ham/Ham.h"
 
 namespace Drivers {
