@@ -44,13 +44,22 @@ struct DriverArgs {
 };
 
 /*
- * Reading driver arguments. Numbers are decimal; what is not one throws as std::stoi does. A
- * missing required argument aborts on "it != args.driverArgs.end()".
+ * Reading the driver's own arguments by name. Numbers are decimal; a text that is none throws
+ * std::invalid_argument, one that does not fit std::out_of_range. A missing required argument aborts
+ * on "it != args.driverArgs.end()".
  */
+
+/** @return the argument's text, which belongs to @p args; null when it is not there */
+const std::string *optionalArg( const DriverArgs &args, const char *name );
+/** @return the argument's text, which belongs to @p args */
 const std::string &requiredArg( const DriverArgs &args, const char *name );
+/** @return a copy of the argument's text, or @p defaultValue */
+std::string textArg( const DriverArgs &args, const char *name, const char *defaultValue = "" );
+/** @return the argument as a number */
 int requiredIntArg( const DriverArgs &args, const char *name );
+/** @return the argument as a number, or @p defaultValue */
 int intArg( const DriverArgs &args, const char *name, int defaultValue );
-/** True only for the exact text "true". */
+/** @return whether the argument is the exact text "true", or @p defaultValue when it is not there */
 bool flagArg( const DriverArgs &args, const char *name, bool defaultValue );
 
 } // namespace Drivers

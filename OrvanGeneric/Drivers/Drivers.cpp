@@ -120,10 +120,20 @@ bool insertDriverArg( const char *text, char **out, const char *name, const char
     return true;
 }
 
+const std::string *optionalArg( const DriverArgs &args, const char *name ) {
+    const auto it = args.driverArgs.find( name );
+    return it == args.driverArgs.end() ? nullptr : &it->second;
+}
+
 const std::string &requiredArg( const DriverArgs &args, const char *name ) {
     const auto it = args.driverArgs.find( name );
     assert( it != args.driverArgs.end() );
     return it->second;
+}
+
+std::string textArg( const DriverArgs &args, const char *name, const char *defaultValue ) {
+    const std::string *text = optionalArg( args, name );
+    return text ? *text : defaultValue;
 }
 
 int requiredIntArg( const DriverArgs &args, const char *name ) {
@@ -131,13 +141,13 @@ int requiredIntArg( const DriverArgs &args, const char *name ) {
 }
 
 int intArg( const DriverArgs &args, const char *name, int defaultValue ) {
-    const auto it = args.driverArgs.find( name );
-    return it == args.driverArgs.end() ? defaultValue : std::stoi( it->second );
+    const std::string *text = optionalArg( args, name );
+    return text ? std::stoi( *text ) : defaultValue;
 }
 
 bool flagArg( const DriverArgs &args, const char *name, bool defaultValue ) {
-    const auto it = args.driverArgs.find( name );
-    return it == args.driverArgs.end() ? defaultValue : it->second == "true";
+    const std::string *text = optionalArg( args, name );
+    return text ? *text == "true" : defaultValue;
 }
 
 } // namespace Drivers

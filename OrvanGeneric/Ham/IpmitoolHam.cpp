@@ -71,9 +71,8 @@ std::shared_ptr<IpmiHam> IpmitoolHam::create() {
 }
 
 void IpmitoolHam::configure( const Drivers::DriverArgs &args ) {
-    const auto command = args.driverArgs.find( "ipmiCommand" );
-    if ( command != args.driverArgs.end() ) {
-        command_ = bounded( command->second );
+    if ( const std::string *command = optionalArg( args, "ipmiCommand" ) ) {
+        command_ = bounded( *command );
     }
     const int ipmiTimeout = intArg( args, "ipmiTimeout", defaultLimit );
     assert( ipmiTimeout >= 1 );

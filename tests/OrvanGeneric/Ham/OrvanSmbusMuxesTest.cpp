@@ -3,6 +3,7 @@
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
 #include "OrvanGeneric/Components/Mux.h"
+#include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/Ham/HamSelection.h"
 #include "tests/OrvanGeneric/Ham/SmbusHamFixture.h"
 #include "tests/support/AllocationCounter.h"
