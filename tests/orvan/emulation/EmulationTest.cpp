@@ -1,9 +1,9 @@
 /** The private service's life, with a stand-in that does what its configuration's name says. */
-#include "orvan/Emulation.h"
+#include "orvan/emulation/Emulation.h"
 
 #include <gmock/gmock.h>
 
-#include "orvan/Errors.h"
+#include "orvan/base/Errors.h"
 #include "tests/support/Process.h"
 
 namespace {
