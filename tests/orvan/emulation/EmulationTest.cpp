@@ -159,8 +159,4 @@ TEST( Emulation, NothingAcceptsOnAMissingSocket ) {
     EXPECT_FALSE( orvan::accepts( std::string( 200, 's' ) ) );
 }
 
-TEST( Emulation, TheServiceIsBesideTheProgram ) {
-    EXPECT_EQ( orvan::defaultServicePath(), ORVAN_BIN_DIR "/smbusd" );
-}
-
 } // namespace
