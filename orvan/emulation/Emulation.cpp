@@ -1,4 +1,4 @@
-#include "orvan/Emulation.h"
+#include "orvan/emulation/Emulation.h"
 
 #include <algorithm>
 #include <array>
@@ -16,9 +16,8 @@
 
 #include <fmt/core.h>
 
-#include "orvan/Errors.h"
-#include "orvan/Library.h"
-#include "orvan/PrivateFolder.h"
+#include "orvan/base/Errors.h"
+#include "orvan/emulation/PrivateFolder.h"
 
 namespace orvan {
 
@@ -128,10 +127,6 @@ bool accepts( const std::string &path ) {
         ::connect( fd, reinterpret_cast<const sockaddr *>( &address ), sizeof( address ) ) == 0;
     ::close( fd );
     return connected;
-}
-
-std::string defaultServicePath() {
-    return ( ownFolder() / "smbusd" ).string();
 }
 
 Emulation::Emulation( const EmulationOptions &options ) {

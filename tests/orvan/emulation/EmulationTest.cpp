@@ -1,9 +1,9 @@
 /** The private service's life, with a stand-in that does what its configuration's name says. */
-#include "orvan/Emulation.h"
+#include "orvan/emulation/Emulation.h"
 
 #include <gmock/gmock.h>
 
-#include "orvan/Errors.h"
+#include "orvan/base/Errors.h"
 #include "tests/support/Process.h"
 
 namespace {
@@ -157,10 +157,6 @@ TEST_F( EmulationTest, TheServiceEndsWithASignalToThisProcess ) {
 TEST( Emulation, NothingAcceptsOnAMissingSocket ) {
     EXPECT_FALSE( orvan::accepts( "/nonexistent/socket" ) );
     EXPECT_FALSE( orvan::accepts( std::string( 200, 's' ) ) );
-}
-
-TEST( Emulation, TheServiceIsBesideTheProgram ) {
-    EXPECT_EQ( orvan::defaultServicePath(), ORVAN_BIN_DIR "/smbusd" );
 }
 
 } // namespace

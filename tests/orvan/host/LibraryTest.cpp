@@ -1,8 +1,8 @@
-#include "orvan/Library.h"
+#include "orvan/host/Library.h"
 
 #include <gmock/gmock.h>
 
-#include "orvan/Errors.h"
+#include "orvan/base/Errors.h"
 
 namespace {
 
@@ -35,11 +35,6 @@ TEST( Library, AMissingEntryPointIsNamed ) {
 TEST( Library, AnEntryPointIsFound ) {
     const Library library( ORVAN_LIB_DIR "/orvan_fake_library.so" );
     EXPECT_NE( library.symbol( "pl_fan_init" ), nullptr );
-}
-
-TEST( Library, TheDefaultIsTheOneOfTheSameBuild ) {
-    EXPECT_EQ( std::filesystem::canonical( orvan::defaultLibraryPath() ),
-               std::filesystem::canonical( ORVAN_LIB_DIR "/libOrvanDriversMirelund.so" ) );
 }
 
 } // namespace

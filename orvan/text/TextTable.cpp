@@ -1,4 +1,4 @@
-#include "orvan/TextTable.h"
+#include "orvan/text/TextTable.h"
 
 #include <algorithm>
 

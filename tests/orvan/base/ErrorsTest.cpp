@@ -1,4 +1,4 @@
-#include "orvan/Errors.h"
+#include "orvan/base/Errors.h"
 
 #include <new>
 

@@ -1,4 +1,4 @@
-#include "tests/orvan/FakeLibrary.h"
+#include "tests/orvan/fakes/FakeLibrary.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -18,7 +18,7 @@
 #include <asio/posix/stream_descriptor.hpp>
 #include <pl/host.h>
 
-#include "orvan/HostClock.h"
+#include "orvan/host/HostClock.h"
 
 namespace orvan {
 

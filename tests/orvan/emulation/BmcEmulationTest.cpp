@@ -1,10 +1,10 @@
 /** The simulated BMC's life, with the real simulator and with stand-ins that fail. */
-#include "orvan/BmcEmulation.h"
+#include "orvan/emulation/BmcEmulation.h"
 
 #include <gmock/gmock.h>
 
-#include "orvan/BmcProbe.h"
-#include "orvan/Errors.h"
+#include "orvan/base/Errors.h"
+#include "orvan/emulation/BmcProbe.h"
 #include "tests/support/Process.h"
 
 namespace {

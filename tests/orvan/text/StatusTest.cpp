@@ -1,4 +1,4 @@
-#include "orvan/Status.h"
+#include "orvan/text/Status.h"
 
 #include <gtest/gtest.h>
 

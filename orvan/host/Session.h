@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "orvan/HostServices.h"
-#include "orvan/Library.h"
 #include "orvan/board/Board.h"
+#include "orvan/host/HostServices.h"
+#include "orvan/host/Library.h"
 #include "orvan/kinds/Kind.h"
 
 namespace orvan {

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "orvan/Session.h"
 #include "orvan/commands/Command.h"
-#include "tests/orvan/FakeLibrary.h"
+#include "orvan/host/Session.h"
+#include "tests/orvan/fakes/FakeLibrary.h"
 
 namespace test {
 

@@ -4,7 +4,6 @@
  */
 #pragma once
 
-#include <filesystem>
 #include <string>
 
 namespace orvan {
@@ -31,11 +30,5 @@ class Library {
     std::string path_;
     void *handle_;
 };
-
-/** The folder of the running program. */
-std::filesystem::path ownFolder();
-
-/** The library that belongs to this program: of the build tree or installation it was started from. */
-std::string defaultLibraryPath();
 
 } // namespace orvan

@@ -1,11 +1,11 @@
-#include "orvan/HostServices.h"
+#include "orvan/host/HostServices.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <poll.h>
 #include <utility>
 
-#include "orvan/Errors.h"
+#include "orvan/base/Errors.h"
 
 namespace orvan {
 

@@ -1,4 +1,4 @@
-#include "orvan/PrivateFolder.h"
+#include "orvan/emulation/PrivateFolder.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -6,7 +6,7 @@
 
 #include <fmt/core.h>
 
-#include "orvan/Errors.h"
+#include "orvan/base/Errors.h"
 
 namespace orvan {
 

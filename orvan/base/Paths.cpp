@@ -1,33 +1,15 @@
-#include "orvan/Library.h"
+#include "orvan/base/Paths.h"
 
-#include <dlfcn.h>
-
-#include <fmt/core.h>
-
-#include "orvan/Errors.h"
+#include <cstdlib>
 
 namespace orvan {
 
 namespace {
 
 constexpr const char *libraryName = "libOrvanDriversMirelund.so";
+constexpr const char *serviceName = "smbusd";
 
 } // namespace
-
-Library::Library( std::string path ) : path_( std::move( path ) ) {
-    handle_ = ::dlopen( path_.c_str(), RTLD_NOW | RTLD_LOCAL );
-    if ( !handle_ ) {
-        throw BadInput( fmt::format( "cannot load the driver library: {}", ::dlerror() ) );
-    }
-}
-
-void *Library::symbol( const char *name ) const {
-    void *address = ::dlsym( handle_, name );
-    if ( !address ) {
-        throw BadInput( fmt::format( "{} does not export {}", path_, name ) );
-    }
-    return address;
-}
 
 std::filesystem::path ownFolder() {
     return std::filesystem::read_symlink( "/proc/self/exe" ).parent_path();
@@ -42,6 +24,15 @@ std::string defaultLibraryPath() {
         }
     }
     return libraryName; // wherever the dynamic linker looks
+}
+
+std::string defaultServicePath() {
+    return ( ownFolder() / serviceName ).string();
+}
+
+std::string socketPath() {
+    const char *path = std::getenv( socketVariable );
+    return path && *path ? path : defaultSocketPath;
 }
 
 } // namespace orvan

@@ -1,4 +1,4 @@
-#include "orvan/BmcProbe.h"
+#include "orvan/emulation/BmcProbe.h"
 
 #include <arpa/inet.h>
 #include <cerrno>
@@ -9,7 +9,7 @@
 
 #include <fmt/core.h>
 
-#include "orvan/Errors.h"
+#include "orvan/base/Errors.h"
 
 namespace orvan {
 

@@ -1,4 +1,4 @@
-#include "orvan/BmcEmulation.h"
+#include "orvan/emulation/BmcEmulation.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -16,9 +16,9 @@
 
 #include <fmt/core.h>
 
-#include "orvan/BmcProbe.h"
-#include "orvan/Errors.h"
-#include "orvan/PrivateFolder.h"
+#include "orvan/base/Errors.h"
+#include "orvan/emulation/BmcProbe.h"
+#include "orvan/emulation/PrivateFolder.h"
 
 namespace orvan {
 

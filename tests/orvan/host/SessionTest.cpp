@@ -1,9 +1,9 @@
-#include "orvan/Session.h"
+#include "orvan/host/Session.h"
 
 #include <gmock/gmock.h>
 
-#include "orvan/Errors.h"
-#include "tests/orvan/FakeBoard.h"
+#include "orvan/base/Errors.h"
+#include "tests/orvan/fakes/FakeBoard.h"
 
 namespace {
 

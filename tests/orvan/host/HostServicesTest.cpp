@@ -1,4 +1,4 @@
-#include "orvan/HostServices.h"
+#include "orvan/host/HostServices.h"
 
 #include <poll.h>
 #include <stdexcept>

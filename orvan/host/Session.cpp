@@ -1,9 +1,9 @@
-#include "orvan/Session.h"
+#include "orvan/host/Session.h"
 
 #include <fmt/core.h>
 
-#include "orvan/Errors.h"
-#include "orvan/Status.h"
+#include "orvan/base/Errors.h"
+#include "orvan/text/Status.h"
 
 namespace orvan {
 

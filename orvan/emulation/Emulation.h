@@ -52,7 +52,4 @@ class Emulation {
 /** True when something accepts connections on the UNIX socket @p path. */
 bool accepts( const std::string &path );
 
-/** The service's program beside this one. */
-std::string defaultServicePath();
-
 } // namespace orvan
