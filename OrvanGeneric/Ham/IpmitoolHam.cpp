@@ -5,9 +5,9 @@
 #include <sstream>
 #include <utility>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
-#include "OrvanGeneric/Drivers/Helpers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/Shell.h"
 #include "OrvanGeneric/Utils.h"
 
 namespace Ham {
@@ -76,9 +76,8 @@ std::shared_ptr<IpmiHam> IpmitoolHam::create() {
 }
 
 void IpmitoolHam::configure( const Drivers::DriverArgs &args ) {
-    const auto command = args.driverArgs.find( "ipmiCommand" );
-    if ( command != args.driverArgs.end() ) {
-        command_ = bounded( command->second );
+    if ( const std::string *command = optionalArg( args, "ipmiCommand" ) ) {
+        command_ = bounded( *command );
     }
     const int ipmiTimeout = intArg( args, "ipmiTimeout", defaultLimit );
     assert( ipmiTimeout >= 1 );
