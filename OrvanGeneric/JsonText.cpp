@@ -1,5 +1,6 @@
 #include "OrvanGeneric/JsonText.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -95,6 +96,15 @@ char *checkedMalloc( size_t size ) {
 }
 
 } // namespace
+
+void *CheckedAllocator::Realloc( void *original, size_t originalSize, size_t newSize ) {
+    void *moved = Malloc( newSize );
+    if ( const size_t kept = std::min( originalSize, newSize ) ) {
+        std::memcpy( moved, original, kept );
+    }
+    Free( original );
+    return moved;
+}
 
 ParsedText::ParsedText( const char *text, size_t toBeAdded )
     : buffer_( checkedMalloc( poolSize( std::strlen( text ), toBeAdded ) ) ),

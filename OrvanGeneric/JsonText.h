@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdlib>
 #include <memory>
 #include <new>
 #include <sys/types.h>
@@ -17,28 +16,14 @@ constexpr unsigned maxDepth = 512;
 /** Memory for the parser's stack and for texts written; RapidJSON's own does not look at failures. */
 class CheckedAllocator {
   public:
-    static const bool kNeedFree = true;
+    static const bool kNeedFree = true; ///< RapidJSON: what was taken is to be given back
 
     /** @p size bytes, null for none. @throws std::bad_alloc */
-    void *Malloc( size_t size ) { return size ? checked( std::malloc( size ) ) : nullptr; }
-    /** Makes @p original @p newSize bytes long. @throws std::bad_alloc, the original being kept */
-    void *Realloc( void *original, size_t, size_t newSize ) {
-        if ( newSize == 0 ) {
-            std::free( original );
-            return nullptr;
-        }
-        return checked( std::realloc( original, newSize ) );
-    }
+    void *Malloc( size_t size ) { return size ? ::operator new( size ) : nullptr; }
+    /** Moves @p original into @p newSize bytes. @throws std::bad_alloc, the original being kept */
+    void *Realloc( void *original, size_t originalSize, size_t newSize );
     /** Gives memory back. */
-    static void Free( void *memory ) { std::free( memory ); }
-
-  private:
-    static void *checked( void *memory ) {
-        if ( !memory ) {
-            throw std::bad_alloc();
-        }
-        return memory;
-    }
+    static void Free( void *memory ) { ::operator delete( memory ); }
 };
 
 /** A JSON text as a document. */
@@ -64,7 +49,7 @@ class ParsedText {
 
   private:
     struct Free {
-        void operator()( char *memory ) const { std::free( memory ); }
+        void operator()( char *memory ) const { CheckedAllocator::Free( memory ); }
     };
 
     std::unique_ptr<char, Free> buffer_; ///< all that the pool ever needs, so that it cannot fail
