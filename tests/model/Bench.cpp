@@ -133,6 +133,10 @@ void Bench::fire( uint32_t timer ) {
     FakeHost::instance().fire( timer );
 }
 
+std::string Bench::told( int status, double value ) {
+    return fmt::format( "{} {}", status, value );
+}
+
 void Bench::begin( const std::string &what ) {
     ++steps;
     std::string line = what;

@@ -40,6 +40,21 @@ class Bench {
         beginReal();
         compare( guarded( real ), expected );
     }
+    /** A step whose outcome is a status. */
+    template <class Real, class Modelled>
+    void act( const std::string &what, const Real &real, const Modelled &modelled ) {
+        both(
+            what, [ & ] { return told( real(), 0 ); }, [ & ] { return told( modelled(), 0 ); } );
+    }
+    /** A step whose outcome is a status and a value, which holds @p before until it is set. */
+    template <class Value, class Real, class Modelled>
+    void get( const std::string &what, Value before, const Real &real, const Modelled &modelled ) {
+        Value got = before;
+        Value expected = before;
+        both(
+            what, [ & ] { return told( real( &got ), got ); },
+            [ & ] { return told( modelled( &expected ), expected ); } );
+    }
     /** The same, but nothing happens if by contract the step would end the process. */
     template <class Model, class Real, class Modelled>
     void bothUnlessAborting( const std::string &what, Model &model, const Real &real,
@@ -78,6 +93,7 @@ class Bench {
     uint64_t aborting = 0; ///< steps not done because of what they would abort on
 
   private:
+    static std::string told( int status, double value );
     template <class Side>
     static std::string guarded( const Side &side ) {
         try {
