@@ -75,7 +75,19 @@ void loadBoard() {
     if ( orvanLibraryInit( "model", topology, 1 ) != PL_STATUS_OK ) {
         throw std::runtime_error( "the models' topology does not load" );
     }
-    Drivers::getHardwareDeviceByLabel( "lines", "Dummy" );
+    Drivers::getHardwareDeviceByLabel( linesLabel, "Dummy" );
+}
+
+Path linesPath() {
+    Topology::HamAddress address{};
+    address.address = linesChip;
+    const Position position{ 0, 9, 0, 1, {} };
+    return { wordOf( address, position ), position.pci, position.master, position.muxes };
+}
+
+void traceLinesFound( World &world ) {
+    world.trace( 0, "looking for already existing device 80" );
+    world.trace( 0, "using previously instanciated HardwareDevice Dummy" );
 }
 
 Place randomPlace( Random &random ) {

@@ -32,6 +32,13 @@ Place randomPlace( Random &random );
 /** The Ham that the library has for a place. It stays until the process ends, as Hams do. */
 Ham::Ham *realHam( const Place &place );
 
+/** The device whose register bits serve as lines of other drivers; loadBoard() makes it. */
+constexpr const char *linesLabel = "lines";
+constexpr uint8_t linesChip = 127;
+Path linesPath();
+/** What is traced when a driver looks it up. */
+void traceLinesFound( World &world );
+
 using ArgMap = std::map<std::string, std::string>;
 
 /** A driver instance at a place, made through the driver registry and deleted at the end. */
