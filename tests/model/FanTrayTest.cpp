@@ -2,17 +2,14 @@
  * @file
  * The expander of the fan trays, in step with its model.
  */
-#include <cstdlib>
-
-#include <fmt/format.h>
 #include <gtest/gtest.h>
-#include <pl/slot.h>
 
 #include "OrvanGeneric/Components/Led.h"
 #include "OrvanGeneric/Components/Slot.h"
 #include "tests/model/FanTrayModel.h"
 #include "tests/model/LedSteps.h"
 #include "tests/model/Place.h"
+#include "tests/model/SlotSteps.h"
 
 namespace model {
 
@@ -148,22 +145,8 @@ class FanTrayLife : public Life {
     }
 
     void getPresence( int n ) {
-        pl_slot *slot = slots_[ static_cast<size_t>( n ) ]->record();
-        bench_.both(
-            fmt::format( "getPresence of slot {}", n ),
-            [ & ] {
-                char *fdl = nullptr;
-                const int status = slot->ops->get_presence( slot, &fdl );
-                const std::string text = fdl ? fdl : "untouched";
-                std::free( fdl );
-                return fmt::format( "{} {}", status, text );
-            },
-            [ & ] {
-                bench_.world.trace( 4, "getPresenceCallback(%p)", static_cast<void *>( slot ) );
-                std::optional<std::string> fdl;
-                const int status = model_.getPresence( n, &fdl );
-                return fmt::format( "{} {}", status, fdl.value_or( "untouched" ) );
-            } );
+        askPresence( bench_, slots_[ static_cast<size_t>( n ) ]->record(), model_,
+                     [ & ]( auto *fdl ) { return model_.getPresence( n, fdl ); } );
     }
 
     Bench &bench_;

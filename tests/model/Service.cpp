@@ -26,15 +26,15 @@ std::string read( const Chip &chip, uint32_t reg, uint32_t length ) {
     if ( length == 0 ) {
         return std::string( 1, byte( 0 ) );
     }
-    if ( length == 2 && !chip.isMemory ) {
-        const uint16_t word = chip.words[ reg % 256 ];
-        return { static_cast<char>( word & 0xFF ), static_cast<char>( word >> 8 ) };
-    }
     const auto block = chip.blocks.find( reg );
-    if ( length > 2 && !chip.isMemory && block != chip.blocks.end() ) {
+    if ( length > 1 && block != chip.blocks.end() ) {
         std::string bytes = block->second;
         bytes.resize( length, ' ' );
         return bytes;
+    }
+    if ( length == 2 && !chip.isMemory ) {
+        const uint16_t word = chip.words[ reg % 256 ];
+        return { static_cast<char>( word & 0xFF ), static_cast<char>( word >> 8 ) };
     }
     std::string bytes;
     for ( uint32_t n = 0; n < length; ++n ) {

@@ -61,7 +61,7 @@ struct Fault {
 struct Chip {
     std::array<uint8_t, 512> bytes{};
     std::array<uint16_t, 256> words{};
-    std::map<uint32_t, std::string> blocks; ///< what a read of three bytes or more brings
+    std::map<uint32_t, std::string> blocks; ///< what a read of two bytes or more brings
     bool isMemory = false;                  ///< every read is of consecutive bytes
     uint32_t sent = 0;                      ///< the last byte that came without a register
 
