@@ -1,7 +1,12 @@
 #include "tests/model/Bench.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <system_error>
+#include <unistd.h>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -135,6 +140,36 @@ void Bench::fire( uint32_t timer ) {
 
 std::string Bench::told( int status, double value ) {
     return fmt::format( "{} {}", status, value );
+}
+
+void Bench::checkThatAborts( const std::function<void()> &real, const std::string &assertion ) {
+    int ends[ 2 ];
+    if ( pipe( ends ) != 0 ) {
+        throw std::system_error( errno, std::generic_category(), "pipe" );
+    }
+    const pid_t child = fork();
+    if ( child == 0 ) {
+        dup2( ends[ 1 ], STDERR_FILENO );
+        const rlimit noCore{ 0, 0 };
+        setrlimit( RLIMIT_CORE, &noCore );
+        beginReal();
+        real();
+        _exit( 0 );
+    }
+    close( ends[ 1 ] );
+    std::string said;
+    char buffer[ 512 ];
+    for ( ssize_t got; ( got = read( ends[ 0 ], buffer, sizeof( buffer ) ) ) > 0; ) {
+        said.append( buffer, static_cast<size_t>( got ) );
+    }
+    close( ends[ 0 ] );
+    int status = 0;
+    waitpid( child, &status, 0 );
+    if ( !WIFSIGNALED( status ) || WTERMSIG( status ) != SIGABRT ||
+         said.find( assertion ) == std::string::npos ) {
+        throw Disagreement{ report( "ends with " + std::to_string( status ) + ": " + said,
+                                    "aborts on " + assertion ) };
+    }
 }
 
 void Bench::begin( const std::string &what ) {

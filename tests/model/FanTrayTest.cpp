@@ -47,16 +47,10 @@ class FanTrayLife : public Life {
         }
     }
     void end() override {
+        constexpr int inactive = 4;
         for ( int n = 0; n < 4; ++n ) {
-            pl_led *led = leds_[ static_cast<size_t>( n ) ]->record();
-            bench_.act(
-                "stop blinking",
-                [ & ] { return led->ops->set_light_setting( led, PL_LED_STATUS_INACTIVE ); },
-                [ & ] {
-                    bench_.world.trace( 4, "setLightSettingCallback(%p, 4)",
-                                        static_cast<void *>( led ) );
-                    return model_.setLight( n, 4 );
-                } );
+            setLedTo( bench_, leds_[ static_cast<size_t>( n ) ]->record(), inactive,
+                      [ & ]( int setting ) { return model_.setLight( n, setting ); } );
         }
         bench_.both(
             "end", [ & ] { return driver_.destroy(); }, [] { return ""; } );

@@ -12,6 +12,10 @@ void setLed( Bench &bench, pl_led *led, const std::function<int( int setting )> 
     constexpr int beyondTheLast = 7;
     constexpr int beacon = 6;
     const int setting = bench.random.oneIn( 2 ) ? beacon : bench.random.between( 0, beyondTheLast );
+    setLedTo( bench, led, setting, set );
+}
+
+void setLedTo( Bench &bench, pl_led *led, int setting, const std::function<int( int )> &set ) {
     bench.act(
         fmt::format( "set LED {} to {}", static_cast<void *>( led ), setting ),
         [ & ] { return led->ops->set_light_setting( led, static_cast<pl_led_status>( setting ) ); },

@@ -11,6 +11,7 @@ namespace model {
 
 /** Sets an LED to a random setting through the host's callback; @p set is what its model does. */
 void setLed( Bench &bench, pl_led *led, const std::function<int( int setting )> &set );
+void setLedTo( Bench &bench, pl_led *led, int setting, const std::function<int( int )> &set );
 /** The blink timer, as the process has it by now. */
 BlinkModel blinkNow( World &world );
 

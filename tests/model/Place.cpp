@@ -29,7 +29,8 @@ const char *const topology = R"([
         "muxes": [ { "did": 92, "busses": [ { "id": 8, "devices": [ { "did": 3 } ] } ] } ] } ]
       } ] } ] } ] },
   { "type": "I2C", "ham": "OrvanSmbus", "id": 9, "devices": [ { "did": 4 },
-    { "did": 80, "label": "lines", "driver": "Dummy", "address": { "address": 127 } } ] },
+    { "did": 80, "label": "lines", "driver": "Dummy", "address": { "address": 127 } },
+    { "did": 81, "label": "PsuPCA", "driver": "MirePsuPCA9555", "address": { "address": 126 } } ] },
   { "type": "I2C", "ham": "OrvanSmbus", "id": 10, "simulated": true, "devices": [ { "did": 5 } ] },
   { "type": "IOPort", "ham": "OrvanSmbus", "id": 200, "devices": [ { "did": 6 } ] },
   { "type": "Celestica", "ham": "OrvanSmbus", "accelerators": [
@@ -69,6 +70,15 @@ uint32_t wordOf( Topology::HamAddress address, const Position &position ) {
            position.accelerator << acceleratorShift;
 }
 
+/** A labelled device on I2C bus 9. */
+Place placeOnI2c( uint32_t did, uint8_t chip ) {
+    Topology::HamAddress address{};
+    address.address = chip & 0x7F;
+    address.addrSize = 1;
+    const Position &position = positions[ 3 ];
+    return { { wordOf( address, position ), position.pci, position.master, {} }, did, address };
+}
+
 } // namespace
 
 void loadBoard() {
@@ -79,10 +89,11 @@ void loadBoard() {
 }
 
 Path linesPath() {
-    Topology::HamAddress address{};
-    address.address = linesChip;
-    const Position position{ 0, 9, 0, 1, {} };
-    return { wordOf( address, position ), position.pci, position.master, position.muxes };
+    return placeOnI2c( 80, linesChip ).path;
+}
+
+Place psuExpanderPlace() {
+    return placeOnI2c( 81, 126 );
 }
 
 void traceLinesFound( World &world ) {

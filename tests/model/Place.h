@@ -36,7 +36,9 @@ Ham::Ham *realHam( const Place &place );
 constexpr const char *linesLabel = "lines";
 constexpr uint8_t linesChip = 127;
 Path linesPath();
-/** What is traced when a driver looks it up. */
+/** The place of the device that the supplies look up as their expander. */
+Place psuExpanderPlace();
+/** What is traced when a driver looks the lines' device up. */
 void traceLinesFound( World &world );
 
 using ArgMap = std::map<std::string, std::string>;

@@ -10,6 +10,7 @@
 #include "OrvanGeneric/Components/TempSensor.h"
 #include "tests/model/Place.h"
 #include "tests/model/PmbusModel.h"
+#include "tests/model/PsuSteps.h"
 
 namespace model {
 
@@ -66,6 +67,7 @@ class PmbusLife : public Life {
 
     void step() override {
         Random &random = bench_.random;
+        const uint32_t fan = random.below( 2 );
         switch ( random.below( 16 ) ) {
         case 0:
             return bench_.setByte( setting_.place.chip(), 0x20,
@@ -81,15 +83,17 @@ class PmbusLife : public Life {
             return bench_.setWord( setting_.place.chip(), 0x70 + random.below( 0x30 ),
                                    random.word() );
         case 6:
-            return getPowerOk();
+            return getPowerOk( bench_, psu_, [ & ]( int *ok ) { return model_.getPowerOk( ok ); } );
         case 7:
-            return getRpm( random.below( 2 ) );
+            return getRpm( bench_, realFans_[ fan ]->record(),
+                           [ & ]( int *rpm ) { return model_.getRpm( fans_[ fan ], rpm ); } );
         case 8:
-            return setRpm( random.below( 2 ) );
+            return setRpm( bench_, realFans_[ fan ]->record(), fans_[ fan ].maxRpm,
+                           [ & ]( int rpm ) { return model_.setRpm( fans_[ fan ], rpm ); } );
         case 9:
             return getTemperature( random.below( 3 ) );
         default:
-            return readPsu();
+            return read( randomReading( random ) );
         }
     }
     void end() override {
@@ -183,64 +187,12 @@ class PmbusLife : public Life {
             } );
     }
 
-    /** One of the readings that are floating-point numbers. */
-    void readPsu() {
-        struct Reading {
-            const char *name;
-            pl_status ( *pl_psu_ops::*callback )( pl_psu *, float * );
-            uint8_t command;
-        };
-        static const Reading readings[] = {
-            { "get_input_voltage", &pl_psu_ops::get_input_voltage, 0x88 },
-            { "get_input_current", &pl_psu_ops::get_input_current, 0x89 },
-            { "get_output_voltage", &pl_psu_ops::get_output_voltage, 0x8B },
-            { "get_output_current", &pl_psu_ops::get_output_current, 0x8C },
-            { "get_output_power", &pl_psu_ops::get_output_power, 0x96 },
-            { "get_input_power", &pl_psu_ops::get_input_power, 0x97 },
-        };
-        const Reading &reading = readings[ bench_.random.below( std::size( readings ) ) ];
-        bench_.get(
-            reading.name, -77.0f,
-            [ & ]( float *value ) { return ( psu_->ops->*reading.callback )( psu_, value ); },
-            [ & ]( float *value ) {
-                bench_.world.trace( 4, "%s_callback", reading.name );
-                return reading.command == 0x8B ? model_.getOutputVoltage( value )
-                                               : model_.readLinear( reading.command, value );
-            } );
-    }
-
-    void getPowerOk() {
-        bench_.get(
-            "get_power_ok", -77, [ & ]( int *ok ) { return psu_->ops->get_power_ok( psu_, ok ); },
-            [ & ]( int *ok ) {
-                bench_.world.trace( 4, "get_power_ok_callback" );
-                return model_.getPowerOk( ok );
-            } );
-    }
-
-    void getRpm( uint32_t n ) {
-        pl_fan *fan = realFans_[ n ]->record();
-        bench_.get(
-            fmt::format( "getRpm of fan {}", n ), -77,
-            [ & ]( int *rpm ) { return fan->ops->get_rpm( fan, rpm ); },
-            [ & ]( int *rpm ) {
-                bench_.world.trace( 4, "getRpmCallback(%p)", static_cast<void *>( fan ) );
-                return model_.getRpm( fans_[ n ], rpm );
-            } );
-    }
-
-    void setRpm( uint32_t n ) {
-        pl_fan *fan = realFans_[ n ]->record();
-        const int most = 2 * fans_[ n ].maxRpm;
-        const int rpm = bench_.random.oneIn( 4 ) ? bench_.random.between( -20000000, 20000000 )
-                                                 : bench_.random.between( -10, most );
-        bench_.act(
-            fmt::format( "setRpm of fan {} to {}", n, rpm ),
-            [ & ] { return fan->ops->set_rpm( fan, rpm ); },
-            [ & ] {
-                bench_.world.trace( 4, "setRpmCallback(%p, %d)", static_cast<void *>( fan ), rpm );
-                return model_.setRpm( fans_[ n ], rpm );
-            } );
+    void read( const PsuReading &reading ) {
+        readPsu( bench_, psu_, reading, model_, [ & ]( float *value ) {
+            return reading.kind == PsuReading::OutputVoltage
+                       ? model_.getOutputVoltage( value )
+                       : model_.readLinear( reading.command, value );
+        } );
     }
 
     void getTemperature( uint32_t n ) {

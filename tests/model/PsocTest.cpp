@@ -9,6 +9,7 @@
 #include "OrvanGeneric/Components/TempSensor.h"
 #include "tests/model/Place.h"
 #include "tests/model/PsocModel.h"
+#include "tests/model/PsuSteps.h"
 
 namespace model {
 
@@ -22,6 +23,7 @@ class PsocLife : public Life {
 
     void step() override {
         Random &random = bench_.random;
+        const uint32_t fan = random.below( 4 );
         switch ( random.below( 10 ) ) {
         case 0:
             return bench_.setByte( place_.chip(), 50,
@@ -39,11 +41,12 @@ class PsocLife : public Life {
         case 5:
             return getTemperature( random.below( 5 ) );
         case 6:
-            return setRpm( random.below( 4 ) );
+            return setRpm( bench_, realFans_[ fan ]->record(), fans_[ fan ].maxRpm,
+                           [ & ]( int rpm ) { return model_.setRpm( fans_[ fan ], rpm ); } );
         case 7:
-            return debugInfo( random.below( 4 ) );
+            return debugInfo( fan );
         default:
-            return getRpm( random.below( 4 ) );
+            return getRpm( fan );
         }
     }
     void end() override {
@@ -139,37 +142,10 @@ class PsocLife : public Life {
     }
 
     void getRpm( uint32_t n ) {
-        if ( model_.isSpeedOpen() ) {
-            return;
+        if ( !model_.isSpeedOpen() ) {
+            model::getRpm( bench_, realFans_[ n ]->record(),
+                           [ & ]( int *rpm ) { return model_.getRpm( fans_[ n ], rpm ); } );
         }
-        pl_fan *fan = realFans_[ n ]->record();
-        int got = -77;
-        int expected = -77;
-        bench_.both(
-            fmt::format( "getRpm of fan {}", n ),
-            [ & ] {
-                const int status = fan->ops->get_rpm( fan, &got );
-                return fmt::format( "{} {}", status, got );
-            },
-            [ & ] {
-                bench_.world.trace( 4, "getRpmCallback(%p)", static_cast<void *>( fan ) );
-                const int status = model_.getRpm( fans_[ n ], &expected );
-                return fmt::format( "{} {}", status, expected );
-            } );
-    }
-
-    void setRpm( uint32_t n ) {
-        pl_fan *fan = realFans_[ n ]->record();
-        const int most = 2 * fans_[ n ].maxRpm;
-        const int rpm = bench_.random.oneIn( 4 ) ? bench_.random.between( -20000000, 20000000 )
-                                                 : bench_.random.between( -10, most );
-        bench_.both(
-            fmt::format( "setRpm of fan {} to {}", n, rpm ),
-            [ & ] { return fmt::format( "{:d}", fan->ops->set_rpm( fan, rpm ) ); },
-            [ & ] {
-                bench_.world.trace( 4, "setRpmCallback(%p, %d)", static_cast<void *>( fan ), rpm );
-                return fmt::format( "{}", model_.setRpm( fans_[ n ], rpm ) );
-            } );
     }
 
     void debugInfo( uint32_t n ) {

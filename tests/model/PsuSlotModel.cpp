@@ -82,9 +82,10 @@ int PsuSlotModel::readTlv( Identity *identity ) {
         const auto length = static_cast<uint8_t>( entry[ 1 ] );
         if ( type == tlvSerial || type == tlvModel ) {
             std::string &field = type == tlvSerial ? identity->serial : identity->model;
-            field.clear();
-            if ( length ) {
-                require( ham_.read( offset + 2, length, &field ) == 0, "res == PL_STATUS_OK" );
+            if ( length == 0 ) {
+                field.clear();
+            } else {
+                ham_.read( offset + 2, length, &field ); // a failure leaves the field as it was
             }
         }
         offset += 2u + length;
