@@ -82,10 +82,9 @@ int PsuSlotModel::readTlv( Identity *identity ) {
         const auto length = static_cast<uint8_t>( entry[ 1 ] );
         if ( type == tlvSerial || type == tlvModel ) {
             std::string &field = type == tlvSerial ? identity->serial : identity->model;
-            if ( length == 0 ) {
-                field.clear();
-            } else {
-                ham_.read( offset + 2, length, &field ); // a failure leaves the field as it was
+            field.clear(); // and so it stays if it cannot be read
+            if ( length ) {
+                ham_.read( offset + 2, length, &field );
             }
         }
         offset += 2u + length;
