@@ -17,8 +17,10 @@ class ControlService {
     /** Most connections at once. */
     static constexpr size_t maxSessions = 32;
 
+    /** Serves control connections from now on. All but the socket's descriptor outlive it. */
     ControlService( asio::io_context &loop, ListenSocket &socket, Control &control,
                     Dispatcher &dispatcher );
+    /** Closes every connection, and follows the traffic no more. */
     ~ControlService();
 
   private:

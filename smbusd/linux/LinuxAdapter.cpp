@@ -1,3 +1,5 @@
+#include "smbusd/linux/LinuxAdapter.h"
+
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -7,8 +9,6 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 #include <vector>
-
-#include "smbusd/linux/LinuxBus.h"
 
 extern "C" {
 #include <i2c/smbus.h>
@@ -21,7 +21,7 @@ namespace smbusd {
 /**
  * By the kernel's fault code conventions. ENXIO is a missing acknowledge of an address; EREMOTEIO
  * may be that of any byte, so it counts as without effect only where there is no byte besides the
- * address and a harmless one. Of a process call either may come behind its data.
+ * address and a harmless one. Of a process call either may come after its data.
  */
 Result adapterFailure( const Operation &operation, int error ) {
     const std::string detail = std::strerror( error );

@@ -31,7 +31,7 @@ class ListenSocket {
     ListenSocket( const ListenSocket & ) = delete;
     ListenSocket &operator=( const ListenSocket & ) = delete;
 
-    /** Hands the descriptor over. */
+    /** Hands the descriptor over; the file is still removed at the end. */
     int release();
     /** What it listens on, for messages. */
     const std::string &path() const { return path_; }
@@ -46,8 +46,8 @@ class ListenSocket {
 
 /** Sockets handed over by the service manager (the LISTEN_* variables); -1 for none. */
 struct InheritedSockets {
-    int service = -1;
-    int control = -1;
+    int service = -1; ///< for the clients
+    int control = -1; ///< for the control tool
 };
 
 /**

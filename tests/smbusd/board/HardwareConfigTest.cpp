@@ -36,7 +36,7 @@ TEST( HardwareConfig, MapsBusesByMasterControllerAcceleratorAndBus ) {
         { "name": "d", "master": "I2C", "bus": 127, "chips": [] } ] })" );
     using smbusd::BusKey;
     const auto nameAt = [ & ]( const BusKey &key ) {
-        const smbusd::Bus *bus = test.board.findBus( key );
+        const smbusd::Bus *bus = test.hardware.findBus( key );
         return bus == nullptr ? std::string() : bus->name();
     };
     EXPECT_EQ( nameAt( { Smbus::SCD, 0x300, 1, 2 } ), "a" );
@@ -133,11 +133,11 @@ TEST( HardwareConfig, ReadsUnits ) {
         { "name": "u", "chips": [ "e" ], "plugged": false },
         { "name": "v", "inputs": [
             { "chip": "e", "input": "p01", "plugged": 0, "unplugged": 1 } ] } ])" ) );
-    EXPECT_FALSE( test.board.findUnit( "u" )->plugged );
+    EXPECT_FALSE( test.hardware.findUnit( "u" )->plugged );
     EXPECT_FALSE( test.chip( "e" ).plugged() );
-    EXPECT_TRUE( test.board.findUnit( "v" )->plugged );
+    EXPECT_TRUE( test.hardware.findUnit( "v" )->plugged );
     EXPECT_EQ( test.number( "e", 0 ), 0xFDu );
-    EXPECT_EQ( test.board.findUnit( "e" ), nullptr );
+    EXPECT_EQ( test.hardware.findUnit( "e" ), nullptr );
 }
 
 TEST( HardwareConfig, RefusesWrongUnits ) {
@@ -184,7 +184,7 @@ TEST( HardwareConfig, ReadsFaults ) {
         { "target": "bus", "kind": "flip-bit", "byte": 3, "bit": 7 },
         { "target": "bus", "kind": "delay", "ms": 5 },
         { "target": "e", "kind": "short-block", "missing": 4 } ])" ) );
-    const auto &faults = test.board.faults.faults();
+    const auto &faults = test.hardware.faults.faults();
     ASSERT_EQ( faults.size(), 5u );
     EXPECT_EQ( faults[ 0 ].target, "e" );
     EXPECT_EQ( faults[ 0 ].kind, smbusd::Fault::Kind::Nack );
@@ -226,7 +226,7 @@ TEST( HardwareConfig, RefusesWrongFaults ) {
 TEST( HardwareConfig, RefusesFaultsOfRealHardware ) {
     test::ManualScheduler scheduler;
     smbusd::Log log( smbusd::LogLevel::Error );
-    smbusd::Board board( scheduler, log );
+    smbusd::Hardware board( scheduler, log );
     std::string device;
     const auto factory = [ & ]( std::string name, const smbusd::BusKey &key,
                                 std::string wanted ) -> std::unique_ptr<smbusd::Bus> {
@@ -262,7 +262,7 @@ TEST( HardwareConfig, ReadsAFileAndWhatLiesBesideIt ) {
             R"({ "name": "rom", "type": "eeprom", "address": 80, "image": "rom.bin" })" ) );
     test::ManualScheduler scheduler;
     smbusd::Log log( smbusd::LogLevel::Error );
-    smbusd::Board board( scheduler, log );
+    smbusd::Hardware board( scheduler, log );
     smbusd::loadHardware( file, board, nullptr );
     EXPECT_EQ( std::get<uint32_t>( board.findChip( "rom" )->peek( 4 ) ), uint32_t{ 'e' } );
 }
@@ -270,7 +270,7 @@ TEST( HardwareConfig, ReadsAFileAndWhatLiesBesideIt ) {
 TEST( HardwareConfig, NamesAFileThatCannotBeRead ) {
     test::ManualScheduler scheduler;
     smbusd::Log log( smbusd::LogLevel::Error );
-    smbusd::Board board( scheduler, log );
+    smbusd::Hardware board( scheduler, log );
     try {
         smbusd::loadHardware( "/nowhere/hardware.json", board, nullptr );
         FAIL() << "loaded";

@@ -31,7 +31,7 @@ class Dispatcher : public testing::Test {
         fault.target = target;
         fault.milliseconds = milliseconds;
         fault.times = 1;
-        test.board.faults.inject( fault );
+        test.hardware.faults.inject( fault );
     }
 
     TestBoard test{ twoBuses };
@@ -122,10 +122,10 @@ TEST_F( Dispatcher, NeverRepeatsWhatMayHaveHadAnEffect ) {
     smbusd::Fault fault;
     fault.target = "a";
     fault.atData = true;
-    test.board.faults.inject( fault );
+    test.hardware.faults.inject( fault );
     EXPECT_TRUE( test.run( TransactionBuilder().write( one, 1, bytes( 1 ) ) ).failed() );
     EXPECT_EQ( test.wire.size(), 1u );
-    test.board.faults.clearTarget( "" );
+    test.hardware.faults.clearTarget( "" );
     test.inject( Kind::StuckBus, "one" );
     EXPECT_TRUE( test.run( TransactionBuilder().write( one, 1, bytes( 1 ) ) ).failed() );
     EXPECT_EQ( test.wire.size(), 1u );
