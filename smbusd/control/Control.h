@@ -19,7 +19,7 @@ struct ControlAnswer {
 
 /**
  * The control tool's requests, each one JSON object on a line with a "command" and what the
- * command needs. Works on the board behind its buses' back. The answer has "ok": true and what was
+ * command needs. Works on the board without bus traffic. The answer has "ok": true and what was
  * asked for, or "ok": false and an "error".
  */
 class Control {

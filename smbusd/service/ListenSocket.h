@@ -18,7 +18,7 @@ class ListenError : public std::runtime_error {
  *
  * The file gets its mode before anyone can connect. A file left behind by a service that is gone
  * is replaced; one on which somebody listens, or which is no socket, is refused. Two services that
- * start at once on one path cannot both succeed.
+ * start at the same time on one path cannot both succeed.
  */
 class ListenSocket {
   public:

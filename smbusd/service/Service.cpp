@@ -3,7 +3,7 @@
 namespace smbusd {
 
 namespace {
-/** After a failed accept (no descriptors left, say) trying at once would only spin. */
+/** After a failed accept (no descriptors left, say) trying again immediately would only spin. */
 constexpr auto pauseAfterFailure = std::chrono::milliseconds( 100 );
 } // namespace
 

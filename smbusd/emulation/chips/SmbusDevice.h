@@ -80,7 +80,7 @@ class SmbusDevice : public Chip {
     bool pecSeen_ = false;
     uint8_t command_ = 0;
     CommandShape shape_;
-    std::vector<uint8_t> received_; ///< behind the command, a block's count included
+    std::vector<uint8_t> received_; ///< after the command, a block's count included
     std::vector<uint8_t> reply_;
     size_t replied_ = 0;
 };
