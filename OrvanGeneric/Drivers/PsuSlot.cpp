@@ -6,9 +6,10 @@
 #include <stdexcept>
 
 #include "OrvanGeneric/Components/Gpio.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Drivers/PmbusFormats.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/Shell.h"
 
 namespace Drivers {
 
