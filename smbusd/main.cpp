@@ -10,8 +10,8 @@
 #include <asio/signal_set.hpp>
 #include <fmt/format.h>
 
+#include "common/SocketPaths.h"
 #include "smbusd/base/AsioScheduler.h"
-#include "smbusd/base/SocketPaths.h"
 #include "smbusd/board/HardwareConfig.h"
 #include "smbusd/control/ControlService.h"
 #include "smbusd/linux/LinuxBus.h"
@@ -23,7 +23,7 @@ constexpr int exitBadConfiguration = 2;
 
 struct Options {
     std::string config;
-    std::string socket = smbusd::defaultSocketPath;
+    std::string socket = common::defaultSocketPath;
     std::string control;
     std::string mode = "0600";
     std::string logLevel = "info";
@@ -74,7 +74,7 @@ int run( const Options &options ) {
 
     const InheritedSockets inherited = inheritedSockets();
     const std::string control =
-        options.control.empty() ? controlPathOf( options.socket ) : options.control;
+        options.control.empty() ? common::controlPathOf( options.socket ) : options.control;
     const auto socket = listenOn( inherited.service, options.socket, options.mode );
     const auto controlSocket = listenOn( inherited.control, control, options.mode );
 

@@ -4,7 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include "smbusd/base/SocketPaths.h"
+#include "common/SocketPaths.h"
 #include "smbusd/ctl/Commands.h"
 #include "smbusd/ctl/ControlClient.h"
 
@@ -14,8 +14,8 @@ constexpr int exitRefused = 1;
 constexpr int exitUnreachable = 2;
 
 std::string defaultControl() {
-    const char *socket = std::getenv( smbusd::socketVariable );
-    return smbusd::controlPathOf( socket != nullptr ? socket : smbusd::defaultSocketPath );
+    const char *socket = std::getenv( common::socketVariable );
+    return common::controlPathOf( socket != nullptr ? socket : common::defaultSocketPath );
 }
 
 int run( int argc, char **argv ) {
