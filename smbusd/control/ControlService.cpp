@@ -150,7 +150,7 @@ void ControlService::accepted( Acceptor::Socket socket ) {
     session->readLine();
 }
 
-/** Without followers the dispatcher is not even asked to tell. */
+/** Without followers the dispatcher has no listener, so that traffic costs nothing more. */
 void ControlService::listen() {
     if ( followers_ == 0 ) {
         dispatcher_.setTrafficListener( nullptr );

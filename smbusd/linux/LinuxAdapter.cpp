@@ -19,9 +19,9 @@ extern "C" {
 namespace smbusd {
 
 /**
- * By the kernel's fault code conventions. ENXIO is a missing acknowledge of an address; EREMOTEIO
- * may be that of any byte, so it counts as without effect only where there is no byte besides the
- * address and a harmless one. Of a process call either may come after its data.
+ * ENXIO is a missing acknowledge of an address, EREMOTEIO one of any byte. Only a receive byte sends
+ * nothing but its address, so only there EREMOTEIO means that nothing has happened. A process call
+ * may fail with either after its data has reached the device.
  */
 Result adapterFailure( const Operation &operation, int error ) {
     const std::string detail = std::strerror( error );

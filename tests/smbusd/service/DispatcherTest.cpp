@@ -231,8 +231,8 @@ TEST_F( Dispatcher, TellsTheTrafficWithAttemptsAndResults ) {
     std::vector<std::string> seen;
     test.dispatcher.setTrafficListener( [ & ]( const smbusd::TrafficEvent &event ) {
         seen.push_back( fmt::format( "{} {} {} {} {} {}", event.transaction.client,
-                                     event.transaction.id, event.transaction.next + 1,
-                                     event.bus.name(), event.attempt, event.result.text() ) );
+                                     event.transaction.id, event.request, event.bus.name(),
+                                     event.attempt, event.result.text() ) );
     } );
     test.run( TransactionBuilder().read( one, 1, 1 ) );
     EXPECT_EQ( seen, ( std::vector<std::string>{ "7 1 1 one 1 address not acknowledged",
