@@ -85,7 +85,7 @@ Component::LogicalDevice::Fan *Ipmi::newFan( const DriverArgs &args ) {
     const int fanId = requiredIntArg( args, "fanId" );
     TRACE( 0, "Creating new Ipmi Fan id %hhu", static_cast<uint8_t>( fanId ) );
     assert( fanId >= 1 && fanId <= 7 );
-    const bool ownRpm = args.driverArgs.count( "maxRpm" ) != 0;
+    const bool ownRpm = args.driverArgs.contains( "maxRpm" );
     const int maxRpm = requiredIntArg( args, ownRpm ? "maxRpm" : "maxFanRpm" );
     return new Fan( ipmiHam_, static_cast<uint8_t>( fanId ), maxRpm,
                     requiredArg( args, "ipmiKey" ) );
@@ -173,7 +173,7 @@ Ipmi::FanSlot::FanSlot( Ipmi *ipmi, int index, const std::string &fruKey,
 }
 
 pl_status Ipmi::FanSlot::getPresence( char **fdl ) {
-    assert( fruKey_ != "" );
+    assert( fruKey_ != "" ); // NOLINT(readability-container-size-empty)
     bool present;
     const int status = ipmi_->ipmiHam_->fanPresence( fruKey_, &present );
     if ( status != 0 || !present ) {

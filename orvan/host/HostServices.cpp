@@ -147,7 +147,7 @@ void HostServices::watch( uint32_t handle ) {
                     watcher.callback( watcher.context, state.revents );
                 } );
             }
-            if ( watchers_.count( handle ) ) {
+            if ( watchers_.contains( handle ) ) {
                 watch( handle );
             }
         } );

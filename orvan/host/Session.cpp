@@ -31,7 +31,7 @@ std::string Session::said() {
 }
 
 void Session::initialise( const Kind &kind ) {
-    if ( initialised_.count( &kind ) ) {
+    if ( initialised_.contains( &kind ) ) {
         return;
     }
     auto *init = library_.function<pl_status( const char * )>( kind.initSymbol );

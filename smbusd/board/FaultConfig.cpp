@@ -45,7 +45,7 @@ bool readAtData( const JsonView &json ) {
 /** Reads what only some kinds have. */
 void readParameters( const JsonView &json, Fault &fault ) {
     const auto parameter = [ & ]( std::string_view key, Fault::Kind kind ) {
-        const auto found = json.find( key );
+        auto found = json.find( key ); // not const: the caller gets it moved
         if ( found && fault.kind != kind ) {
             found->fail( fmt::format( "no \"{}\" for the kind {}", key, faultName( fault.kind ) ) );
         }
