@@ -17,6 +17,7 @@ namespace Drivers {
  */
 class MultiSlot : public Component::MultiDevice {
   public:
+    /** The bay, which asks its parts for the unit. */
     class Slot : public Component::LogicalDevice::Slot {
       public:
         /** Adds every part of @p multiSlot. @param index  the slot's id less 1 */
@@ -35,6 +36,7 @@ class MultiSlot : public Component::MultiDevice {
         pl_slot *lastSubSlot_ = nullptr;
     };
 
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::MultiDevice *create( const DriverArgs &args, Ham::Ham *ham );
 
     Component::LogicalDevice::Slot *newSlot( const DriverArgs &args ) override;
