@@ -10,6 +10,7 @@
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/Shell.h"
 #include "OrvanGeneric/Status.h"
+#include "OrvanGeneric/Utils.h"
 
 namespace Drivers {
 
@@ -83,8 +84,8 @@ pl_status PsuSlot::Slot::readSerialAndModelIpmi( std::string &serial, std::strin
     }
     FruReader reader( device_->ham(), psuIndex_, allowInvalidCommonHeaderChecksum_ );
     const pl_status status = reader.read( serial, model );
-    serial = trim( serial );
-    model = trim( model );
+    serial = trim( untilNul( serial ) );
+    model = trim( untilNul( model ) );
     return status;
 }
 
@@ -92,8 +93,19 @@ pl_status PsuSlot::Slot::readSerialAndModelIpmitool( std::string &serial, std::s
     if ( !identifiable_ ) {
         return PL_STATUS_NOT_PRESENT;
     }
+    if ( commandTimedOutAt_ &&
+         Utils::monotonicMilliseconds() - *commandTimedOutAt_ < commandBackOff ) {
+        return PL_STATUS_TRANSPORT;
+    }
+    commandTimedOutAt_.reset();
+    // The host's terminal is not the command's: nobody answers it, and nobody reads its complaints.
+    const std::string line = command_ + " </dev/null 2>/dev/null";
     std::string output;
-    const pl_status status = runCmd( command_.c_str(), output, commandSeconds );
+    const pl_status status = runCmd( line.c_str(), output, commandSeconds );
+    if ( status == PL_STATUS_TRANSPORT ) {
+        TRACE( 0, "Error: psuSlot ipmi command took longer than %u s", commandSeconds );
+        commandTimedOutAt_ = Utils::monotonicMilliseconds();
+    }
     if ( status == PL_STATUS_OK ) {
         model = answerOf( output, "ModelNumber=" );
         serial = answerOf( output, "SerialNumber=" );
@@ -116,7 +128,10 @@ pl_status PsuSlot::Slot::readSerialAndModelWedge( std::string &serial, std::stri
 }
 
 pl_status PsuSlot::Slot::readSerialAndModelTlv( std::string &serial, std::string &model ) {
-    return readTlvInfo( device_->ham(), serial, model );
+    const pl_status status = readTlvInfo( device_->ham(), serial, model );
+    serial = untilNul( serial );
+    model = untilNul( model );
+    return status;
 }
 
 } // namespace Drivers
