@@ -16,13 +16,20 @@ namespace Drivers {
 
 namespace {
 
+/** @p text up to its first NUL: EEPROMs fill the rest of a field with those. */
+std::string untilNul( const std::string &text ) {
+    return text.substr( 0, text.find( '\0' ) );
+}
+
 /** A block as read byte by byte: its length, then its characters. */
 std::string blockText( const std::string &block ) {
-    return block.empty() ? std::string() : trim( block.substr( 1 ) );
+    return block.empty() ? std::string() : trim( untilNul( block.substr( 1 ) ) );
 }
 
 /** How long a management controller may take to answer. */
 constexpr unsigned int commandSeconds = 10;
+/** How long one that did not is left alone: a query would cost the host's thread the limit again. */
+constexpr int64_t commandBackOff = 5000; // milliseconds
 
 /** What stands after @p key in the first line of @p output that begins with it. */
 std::string answerOf( std::string_view output, std::string_view key ) {
