@@ -1,7 +1,6 @@
 #include "OrvanGeneric/Drivers/Drivers.h"
 
 #include <cassert>
-#include <charconv>
 #include <cstdlib>
 #include <cstring>
 
@@ -10,6 +9,7 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include "OrvanGeneric/Drivers/ArgText.h"
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/Drivers/GenericPCA9555.h"
 #include "OrvanGeneric/Drivers/GenericSmbusMux.h"
@@ -53,37 +53,6 @@ std::map<std::string, DriverFactory> drivers = {
     { "MireYCPLD", MirelundYCPLD::create },
     { "Ipmi", Ipmi::create },
 };
-
-namespace {
-
-/** An argument's value as text. Integers beyond 32 bits are neither numbers nor floats here. */
-std::string argText( const rapidjson::Value &value ) {
-    if ( value.IsInt() ) {
-        return std::to_string( value.GetInt() );
-    }
-    if ( value.IsUint() ) {
-        return std::to_string( value.GetUint() );
-    }
-    if ( value.IsString() ) {
-        return std::string( value.GetString(), value.GetStringLength() );
-    }
-    if ( value.IsDouble() ) {
-        char text[ 32 ];
-        constexpr int significantDigits = 6;
-        const auto end = std::to_chars( text, text + sizeof( text ), value.GetDouble(),
-                                        std::chars_format::general, significantDigits );
-        return std::string( text, end.ptr );
-    }
-    if ( value.IsFalse() ) {
-        return "false";
-    }
-    if ( value.IsTrue() ) {
-        return "true";
-    }
-    return std::string();
-}
-
-} // namespace
 
 bool DriverArgs::parseJSON( const char *text ) {
     rapidjson::Document json;
