@@ -9,11 +9,11 @@
 #include <asio/signal_set.hpp>
 #include <fmt/format.h>
 
-#include "smbusd/AsioScheduler.h"
-#include "smbusd/ControlService.h"
-#include "smbusd/HardwareConfig.h"
-#include "smbusd/LinuxBus.h"
-#include "smbusd/Service.h"
+#include "smbusd/base/AsioScheduler.h"
+#include "smbusd/board/HardwareConfig.h"
+#include "smbusd/control/ControlService.h"
+#include "smbusd/linux/LinuxBus.h"
+#include "smbusd/service/Service.h"
 
 namespace {
 

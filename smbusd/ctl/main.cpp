@@ -6,8 +6,8 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include "smbusd/JsonLine.h"
-#include "smbusd/JsonView.h"
+#include "smbusd/base/JsonLine.h"
+#include "smbusd/base/JsonView.h"
 #include "smbusd/ctl/ControlClient.h"
 #include "smbusd/ctl/Print.h"
 

@@ -3,7 +3,7 @@
 #include <deque>
 #include <map>
 
-#include "smbusd/Scheduler.h"
+#include "smbusd/base/Scheduler.h"
 
 namespace test {
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "smbusd/Dispatcher.h"
-#include "smbusd/HardwareConfig.h"
+#include "smbusd/board/HardwareConfig.h"
+#include "smbusd/service/Dispatcher.h"
 #include "tests/support/ManualScheduler.h"
 #include "tests/support/SmbusClient.h"
 

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "smbusd/base/Log.h"
+#include "smbusd/base/Scheduler.h"
+#include "smbusd/bus/Bus.h"
+#include "smbusd/emulation/Fault.h"
+#include "smbusd/emulation/Wire.h"
+
+namespace smbusd {
+
+/** A bus of emulated chips. */
+class VirtualBus : public Bus {
+  public:
+    VirtualBus( std::string name, BusKey key, Scheduler &scheduler, Log &log, FaultTable &faults )
+        : Bus( std::move( name ), key ), scheduler_( scheduler ), log_( log ), faults_( faults ),
+          wire_( root_ ) {}
+
+    Segment &root() { return root_; }
+    void setPowered( bool powered );
+
+    std::string backend() const override { return "virtual"; }
+    void execute( const Operation &operation, Completion completion ) override;
+    const std::string &trace() const override { return wire_.trace().text(); }
+    void transactionStarted() override;
+    void retried( const Operation &operation ) override;
+
+  private:
+    FaultEffects takeFaults( const Operation &operation );
+    void attempt( const Operation &operation, const FaultEffects &effects,
+                  const Completion &completion );
+    void findResponders( uint8_t address );
+    void count( const Result &result );
+
+    Scheduler &scheduler_;
+    Log &log_;
+    FaultTable &faults_;
+    Segment root_;
+    Wire wire_;
+    bool powered_ = true;
+    std::vector<Chip *> responders_;  ///< chips that see the current operation's address
+    std::vector<Chip *> transaction_; ///< chips that the current transaction has reached
+};
+
+} // namespace smbusd

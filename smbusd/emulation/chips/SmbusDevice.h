@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "smbusd/emulation/Chip.h"
+#include "smbusd/emulation/Pec.h"
+
+namespace smbusd {
+
+/** What stands behind a command code. */
+struct CommandShape {
+    enum class Kind { Send, Bytes, Block };
+
+    Kind kind = Kind::Bytes;
+    unsigned width = 1; ///< of Bytes; for Block the most bytes it takes
+    bool readable = true;
+    bool writable = true;
+};
+
+/** What a message did wrong, for devices that keep a status of it. */
+enum class SmbusMisuse { UnknownCommand, BadData, BadPec };
+
+/**
+ * A device that speaks the SMBus protocols: a command code says how many bytes follow, blocks tell
+ * their length, and behind a message may come a packet error code.
+ *
+ * A write takes effect when it ended as it should: neither too short nor too long, and without a
+ * wrong packet error code, which is not acknowledged. Base of the chips with such commands; a
+ * register file whose bytes just run on is a RegisterFile.
+ */
+class SmbusDevice : public Chip {
+  public:
+    /** @param pec  whether the device knows packet error codes */
+    SmbusDevice( ChipContext context, bool pec ) : Chip( std::move( context ) ), pecKnown_( pec ) {}
+
+    bool start( bool read ) override;
+    bool write( uint8_t byte ) override;
+    uint8_t read() override;
+    void stop() override;
+    void reset() override;
+
+  protected:
+    /** @return nothing for a command that the device does not know; it is not acknowledged */
+    virtual std::optional<CommandShape> shapeOf( uint8_t command ) const = 0;
+    /** What a command reads as; of a block, the bytes without their count. */
+    virtual std::vector<uint8_t> readCommand( uint8_t command ) = 0;
+    /** A write has ended well. The data of a block come without their count; a send has none. */
+    virtual void writeCommand( uint8_t command, std::span<const uint8_t> data ) = 0;
+
+    /** Whether the device knows packet error codes. */
+    bool knowsPec() const { return pecKnown_; }
+    /** A message was refused; it is logged already. */
+    virtual void refused( SmbusMisuse misuse ) { ( void )misuse; }
+
+  private:
+    bool reject( SmbusMisuse misuse, const std::string &why );
+    bool takeCommand( uint8_t byte );
+    bool takeData( uint8_t byte );
+    size_t expectedData() const;
+    void finishWrite();
+    void prepareRead();
+
+    bool pecKnown_;
+    Pec pec_;
+    bool inMessage_ = false;
+    bool commandSeen_ = false;
+    bool rejected_ = false;
+    bool pecSeen_ = false;
+    uint8_t command_ = 0;
+    CommandShape shape_;
+    std::vector<uint8_t> received_; ///< behind the command, a block's count included
+    std::vector<uint8_t> reply_;
+    size_t replied_ = 0;
+};
+
+} // namespace smbusd

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include <asio/local/stream_protocol.hpp>
+
+#include "smbusd/service/Dispatcher.h"
+#include "smbusd/service/Framing.h"
+
+namespace smbusd {
+
+/**
+ * One client's connection. Takes a request, has it carried out, sends the reply, and only then
+ * looks for the next one; so what a client can make the service hold is one request and one reply,
+ * and its replies come in order. Any bytes that are not a request end the connection.
+ */
+class ClientSession : public std::enable_shared_from_this<ClientSession> {
+  public:
+    using Socket = asio::local::stream_protocol::socket;
+    using Ended = std::function<void( ClientSession & )>;
+
+    ClientSession( Socket socket, unsigned number, Dispatcher &dispatcher, Log &log, Ended ended );
+
+    void start() { readHeader(); }
+    /** Closes the connection; a transaction under way is carried out to its end all the same. */
+    void close();
+    unsigned number() const { return number_; }
+
+  private:
+    void readHeader();
+    void readBody( size_t left );
+    void handleFrame();
+    void answer( Transaction &transaction );
+    void discardEverything();
+    void end( std::string_view why );
+
+    Socket socket_;
+    unsigned number_;
+    Dispatcher &dispatcher_;
+    Log &log_;
+    Ended ended_;
+    bool open_ = true;
+    FrameHeader header_{};
+    std::string buffer_;
+};
+
+} // namespace smbusd
