@@ -53,5 +53,5 @@ class DriverBench {
     Component::DeviceBase *device_ = nullptr;
     std::vector<std::function<void()>> uses_;
     std::vector<std::string> results_;
-    size_t firstTrace_;
+    size_t firstTrace_ = 0;
 };
