@@ -6,7 +6,8 @@
 
 #include "OrvanGeneric/Components/Gpio.h"
 #include "OrvanGeneric/Components/MultiDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
+#include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/Ham/Ham.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/NotImplementedException.h"
@@ -94,7 +95,7 @@ Ham::Ham *HardwareDevice::ham() const {
 
 namespace {
 
-/** The device's name: the simulation file of each device is told from the others' by it. */
+/** The device's name, which tells its simulation file from those of other devices; may be empty. */
 std::string simulationName( const DriverArgs &args ) {
     if ( !Utils::inSimulation() || !args.jsonText ) {
         return std::string();

@@ -6,8 +6,8 @@
 #include <gmock/gmock.h>
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
+#include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/Drivers/DriverRows.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "tests/support/DriverBench.h"
 
