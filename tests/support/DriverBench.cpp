@@ -19,6 +19,7 @@
 #include "OrvanGeneric/Components/HardwareDevice.h"
 #include "OrvanGeneric/Components/MultiDevice.h"
 #include "OrvanGeneric/Components/Mux.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirePsuPCA9555.h"
