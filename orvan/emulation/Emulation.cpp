@@ -16,6 +16,7 @@
 
 #include <fmt/core.h>
 
+#include "common/SocketPaths.h"
 #include "orvan/base/Errors.h"
 #include "orvan/emulation/PrivateFolder.h"
 
@@ -25,7 +26,6 @@ namespace {
 
 constexpr int probeIntervalMs = 5;
 constexpr int execFailed = 127;
-constexpr const char *controlSuffix = ".control"; // where smbusctl looks, given the socket
 constexpr std::array endingSignals = { SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGABRT };
 
 // For the signal handler, which may use little else.
@@ -140,7 +140,7 @@ Emulation::Emulation( const EmulationOptions &options ) {
     } else {
         socket_ = options.socket;
     }
-    control_ = options.control.empty() ? socket_ + controlSuffix : options.control;
+    control_ = options.control.empty() ? common::controlPathOf( socket_ ) : options.control;
     try {
         sockaddr_un address;
         if ( !fillAddress( socket_, address ) ) {

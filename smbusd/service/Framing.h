@@ -9,13 +9,15 @@
 
 namespace smbusd {
 
-/** Every message on the socket stands behind its length: four bytes, high byte first. */
+/** Every message on the socket comes after its length: four bytes, high byte first. */
 inline constexpr size_t frameHeaderSize = 4;
 /** The longest message either side may send. */
 inline constexpr uint32_t maxFrame = 1024 * 1024;
 
+/** The length as it travels. */
 using FrameHeader = std::array<uint8_t, frameHeaderSize>;
 
+/** @return the length that a header states, whether allowed or not */
 inline uint32_t frameLength( const FrameHeader &header ) {
     return uint32_t{ header[ 0 ] } << 24 | uint32_t{ header[ 1 ] } << 16 |
            uint32_t{ header[ 2 ] } << 8 | uint32_t{ header[ 3 ] };
