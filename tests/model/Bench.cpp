@@ -142,6 +142,12 @@ std::string Bench::told( int status, double value ) {
     return fmt::format( "{} {}", status, value );
 }
 
+bool Bench::isAbortToCheck() {
+    static uint64_t seen = 0;
+    ++seen;
+    return seen <= 32 || seen % 256 == 0;
+}
+
 void Bench::checkThatAborts( const std::function<void()> &real, const std::string &assertion ) {
     int ends[ 2 ];
     if ( pipe( ends ) != 0 ) {
