@@ -259,8 +259,9 @@ void runInStep( const std::function<std::unique_ptr<Life>( Bench & )> &makeLife 
         spoiled += bench.spoiled;
         aborting += bench.aborting;
     }
-    fmt::print( "{} steps in {} lives, {} under faults, {} left out because they abort\n", done,
-                lives, spoiled, aborting );
+    fmt::print( "{}: {} steps in {} lives, {} under faults, {} left out because they abort\n",
+                testing::UnitTest::GetInstance()->current_test_info()->name(), done, lives, spoiled,
+                aborting );
     EXPECT_GE( spoiled, done / 100 );
 }
 
