@@ -32,26 +32,41 @@ TEST( BlockingWorker, DoesOneTaskAfterAnotherOnAThreadOfItsOwn ) {
     EXPECT_EQ( order, ( std::vector<int>{ 0, 0, 1, 10, 2, 20 } ) );
 }
 
-TEST( BlockingWorker, ItsEndWaitsForWhatHasBegunAndForgetsTheRest ) {
+TEST( BlockingWorker, ItsEndWaitsForWhatHasBegunAndDeliversItsOutcome ) {
     std::promise<void> begun;
     std::promise<void> release;
     bool delivered = false;
-    bool other = false;
     BlockingWorker worker;
     worker.post( [ & ]() -> Delivery {
         begun.set_value();
         release.get_future().wait();
         return [ & ] { delivered = true; };
     } );
-    worker.post( [ & ]() -> Delivery {
-        other = true;
-        return [] {};
-    } );
     begun.get_future().wait();
     std::thread releaser( [ & ] { release.set_value(); } );
     EXPECT_TRUE( worker.end( endlessPatience ) );
     releaser.join();
     EXPECT_TRUE( delivered );
+}
+
+TEST( BlockingWorker, ItsEndForgetsWhatHasNotBegun ) {
+    std::promise<void> begun;
+    std::promise<void> release;
+    bool other = false;
+    BlockingWorker worker;
+    worker.post( [ & ]() -> Delivery {
+        begun.set_value();
+        release.get_future().wait();
+        return [] {};
+    } );
+    worker.post( [ & ]() -> Delivery {
+        other = true;
+        return [] {};
+    } );
+    begun.get_future().wait();
+    EXPECT_FALSE( worker.end( 0ms ) );
+    release.set_value();
+    EXPECT_TRUE( worker.end( endlessPatience ) );
     EXPECT_FALSE( other );
 }
 
