@@ -40,7 +40,7 @@ std::string argText( const Value &value ) {
 }
 
 std::string argPointer( const std::string &pointer, const char *name ) {
-    return pointerTo( pointerTo( pointer, std::string( "driverArgs" ) ), std::string( name ) );
+    return common::pointerTo( common::pointerTo( pointer, "driverArgs" ), name );
 }
 
 } // namespace
@@ -153,7 +153,8 @@ void DescriptionCheck::referenced( const JsonFile &file, const Value *value,
                                    const char *wantedDriver ) {
     const DevicePlace *device = topology_.deviceLabelled( label );
     if ( !device || !device->inlineDeclared() ) {
-        problems_.errorText( file.name, pointer, value ? shortJson( *value ) : "\"" + label + "\"",
+        problems_.errorText( file.name, pointer,
+                             value ? common::shortJson( *value ) : "\"" + label + "\"",
                              fmt::format( "a device labelled \"{}\" in the topology, declared "
                                           "inline with \"driver\" and \"address\"",
                                           label ) );
@@ -166,7 +167,7 @@ void DescriptionCheck::referenced( const JsonFile &file, const Value *value,
     const DriverRow *driver = findDriver( name );
     const Subject subject{ topologyFile_, *device->object, device->pointer,
                            argTexts( *device->object ) };
-    const std::string driverPointer = pointerTo( device->pointer, std::string( "driver" ) );
+    const std::string driverPointer = common::pointerTo( device->pointer, "driver" );
     if ( wantedDriver ) {
         if ( name != wantedDriver ) {
             problems_.error(
@@ -186,9 +187,8 @@ void DescriptionCheck::referenced( const JsonFile &file, const Value *value,
     }
     const auto ham = device->object->FindMember( "provideHam" );
     if ( ham != device->object->MemberEnd() && ham->value.GetUint() == 0 ) {
-        problems_.error( topologyFile_.name,
-                         pointerTo( device->pointer, std::string( "provideHam" ) ), &ham->value,
-                         "1, since " + pointer + " uses the device" );
+        problems_.error( topologyFile_.name, common::pointerTo( device->pointer, "provideHam" ),
+                         &ham->value, "1, since " + pointer + " uses the device" );
     }
     if ( sharesDriver( subject, device->did, *driver, false, Service::Gpio ) ) {
         arguments( subject, driver->creation );
@@ -223,7 +223,7 @@ void DescriptionCheck::place( const Subject &subject, const DriverRow &driver ) 
     if ( value.HasMember( "provideHam" ) && value[ "provideHam" ].GetUint() == 0 ) {
         if ( !( driver.traits & NeedsNoHam ) ) {
             problems_.error(
-                subject.file.name, pointerTo( subject.pointer, std::string( "provideHam" ) ),
+                subject.file.name, common::pointerTo( subject.pointer, "provideHam" ),
                 &value[ "provideHam" ],
                 fmt::format( "1, since driver \"{}\" reaches its device", driver.name ) );
         }
@@ -235,7 +235,7 @@ void DescriptionCheck::place( const Subject &subject, const DriverRow &driver ) 
     const char *key = value.HasMember( "uid" ) ? "uid" : "did";
     const uint32_t id = value[ key ].GetUint();
     const DevicePlace *device = *key == 'u' ? topology_.component( id ) : topology_.device( id );
-    const std::string pointer = pointerTo( subject.pointer, std::string( key ) );
+    const std::string pointer = common::pointerTo( subject.pointer, key );
     if ( !device ) {
         problems_.error( subject.file.name, pointer, &value[ key ],
                          *key == 'u' ? "the id of a component of the topology"
@@ -260,7 +260,7 @@ void DescriptionCheck::place( const Subject &subject, const DriverRow &driver ) 
 
 void DescriptionCheck::check( const Subject &subject, Service service ) {
     const Value &value = subject.value;
-    const std::string driverPointer = pointerTo( subject.pointer, std::string( "driver" ) );
+    const std::string driverPointer = common::pointerTo( subject.pointer, "driver" );
     const DriverRow *driver = findDriver( value[ "driver" ].GetString() );
     if ( !driver ) {
         problems_.error( subject.file.name, driverPointer, &value[ "driver" ],
@@ -278,7 +278,7 @@ void DescriptionCheck::check( const Subject &subject, Service service ) {
         value.HasMember( "isMultiDevice" ) && value[ "isMultiDevice" ].IsTrue();
     if ( multiDevice != static_cast<bool>( driver->traits & IsMultiDevice ) ) {
         problems_.error(
-            subject.file.name, pointerTo( subject.pointer, std::string( "isMultiDevice" ) ),
+            subject.file.name, common::pointerTo( subject.pointer, "isMultiDevice" ),
             multiDevice ? &value[ "isMultiDevice" ] : nullptr,
             fmt::format( "{} for driver \"{}\"", multiDevice ? "false" : "true", driver->name ) );
         return;
@@ -306,14 +306,15 @@ void DescriptionCheck::check( const Subject &subject, Service service ) {
 
 /** The parts of a multi-device: each is added as a slot, with the slot's own arguments put in. */
 void DescriptionCheck::nested( const Subject &subject ) {
-    const std::string base = pointerTo( subject.pointer, std::string( "multiDeviceArgs" ) );
+    const std::string base = common::pointerTo( subject.pointer, "multiDeviceArgs" );
     if ( !subject.value.HasMember( "multiDeviceArgs" ) ) {
         problems_.error( subject.file.name, base, nullptr,
                          "an object of nested device descriptions (the key is missing)" );
         return;
     }
     for ( const auto &member : subject.value[ "multiDeviceArgs" ].GetObject() ) {
-        const std::string pointer = pointerTo( base, std::string( member.name.GetString() ) );
+        const std::string pointer =
+            common::pointerTo( base, std::string( member.name.GetString() ) );
         JsonFile part;
         if ( !parseJsonText( subject.file.name + " at " + pointer, member.value.GetString(), part,
                              problems_ ) ||

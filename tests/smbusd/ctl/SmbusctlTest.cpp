@@ -162,7 +162,7 @@ TEST_F( Smbusctl, RefusalsAreErrors ) {
     const test::Finished refused = run( { "read", "nothing" } );
     EXPECT_EQ( refused.exitCode, 1 );
     EXPECT_EQ( refused.errors,
-               "smbusctl: request: /chip: \"nothing\": expected the name of a chip\n" );
+               "smbusctl: request: at /chip: \"nothing\"; expected the name of a chip\n" );
     EXPECT_NE( run( { "read", "psu", "ten" } ).exitCode, 0 );
     EXPECT_NE( run( {} ).exitCode, 0 );
 }
