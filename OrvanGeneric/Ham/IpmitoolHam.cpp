@@ -31,6 +31,11 @@ int64_t milliseconds() {
     return static_cast<int64_t>( now.tv_sec ) * 1000 + now.tv_nsec / 1000000;
 }
 
+/** Whether a list may show this name in place of a longer one that begins with it. */
+bool mayBeCut( const std::string &name ) {
+    return name.size() >= listedNameLength;
+}
+
 bool hasOption( const std::string &command, const std::string &option ) {
     std::istringstream words( command );
     for ( std::string word; words >> word; ) {
@@ -109,7 +114,7 @@ void IpmitoolHam::refresh( const std::string &name ) {
     if ( status != 0 ) {
         return;
     }
-    if ( name.size() > listedNameLength ) {
+    if ( mayBeCut( name ) ) {
         refreshLongName( name );
     }
     if ( fruNames_.count( name ) && ( !frusAt_ || now - *frusAt_ > cacheAge_ ) ) {
@@ -127,7 +132,9 @@ void IpmitoolHam::refreshSensors() {
     }
     std::map<std::string, std::string> readings;
     for ( const auto &[ name, reading ] : list.readings ) {
-        readings.emplace( upperCase( name ), reading );
+        if ( !mayBeCut( name ) ) {
+            readings.emplace( upperCase( name ), reading );
+        }
     }
     if ( !fetchLongNames( longNames_, list, readings ) ) {
         return finish( false );
@@ -145,12 +152,31 @@ void IpmitoolHam::refreshLongName( const std::string &name ) {
     }
 }
 
+std::string IpmitoolHam::spelling( const std::string &name, const SensorList &list ) {
+    if ( name.size() > listedNameLength ) {
+        return name;
+    }
+    const BeforeIgnoringCase before;
+    for ( const std::set<std::string> *names : { &list.analog, &list.discrete } ) {
+        for ( const std::string &listed : *names ) {
+            if ( !before( listed, name ) && !before( name, listed ) ) {
+                return listed;
+            }
+        }
+    }
+    return name;
+}
+
 bool IpmitoolHam::fetchLongNames( const std::set<std::string> &names, const SensorList &list,
                                   std::map<std::string, std::string> &readings ) const {
+    std::set<std::string> wanted;
+    for ( const std::string &name : names ) {
+        wanted.insert( spelling( name, list ) );
+    }
     std::map<std::string, std::string> found;
     std::string analog;
     std::string output;
-    for ( const std::string &name : names ) {
+    for ( const std::string &name : wanted ) {
         if ( list.analog.count( name.substr( 0, listedNameLength ) ) ) {
             analog += ' ' + Drivers::shellQuote( name );
         }
@@ -161,22 +187,10 @@ bool IpmitoolHam::fetchLongNames( const std::set<std::string> &names, const Sens
         }
         found = parseSensorReadings( output );
     }
-    // Discrete sensors are not read by name, only described, and under the name that is cut.
-    for ( const std::string &name : names ) {
-        const std::string cut = name.substr( 0, listedNameLength );
-        if ( found.count( name ) || !list.discrete.count( cut ) ) {
-            continue;
-        }
-        if ( !run( "-c sdr get " + Drivers::shellQuote( name ), output ) ) {
+    for ( const std::string &name : wanted ) {
+        if ( !found.count( name ) && !fetchDiscrete( name, list, found ) ) {
             return false;
         }
-        const SensorList one = parseSensorList( output );
-        const auto it = one.readings.find( cut );
-        if ( it != one.readings.end() && one.discrete.count( cut ) ) {
-            found[ name ] = it->second;
-        }
-    }
-    for ( const std::string &name : names ) {
         const auto it = found.find( name );
         if ( it == found.end() ) {
             continue;
@@ -185,6 +199,24 @@ bool IpmitoolHam::fetchLongNames( const std::set<std::string> &names, const Sens
         const bool airflow = upper.rfind( airflowSensorPrefix, 0 ) == 0;
         const char *direction = std::stof( it->second ) != 0 ? backToFront : frontToBack;
         readings[ upper ] = airflow ? direction : it->second;
+    }
+    return true;
+}
+
+bool IpmitoolHam::fetchDiscrete( const std::string &name, const SensorList &list,
+                                 std::map<std::string, std::string> &found ) const {
+    const std::string cut = name.substr( 0, listedNameLength );
+    if ( !list.discrete.count( cut ) ) {
+        return true;
+    }
+    std::string output;
+    if ( !run( "-c sdr get " + Drivers::shellQuote( name ), output ) ) {
+        return false;
+    }
+    const SensorList one = parseSensorList( output );
+    const auto it = one.readings.find( cut );
+    if ( it != one.readings.end() && one.discrete.count( cut ) ) {
+        found[ name ] = it->second;
     }
     return true;
 }

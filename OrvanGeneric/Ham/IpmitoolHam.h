@@ -19,8 +19,9 @@ namespace Ham {
  * The sensors and FRUs of a BMC as the tool ipmitool prints them.
  *
  * One run of the tool lists all sensors and serves every look-up until the list is too old; names
- * that the list cuts short are fetched together in a second run, FRUs in a third once one was asked
- * for. The tool takes a long name only in the BMC's own letter case. When a run fails, the look-ups
+ * that the list cuts short, or may have cut since they are exactly as long as it prints, are fetched
+ * together in a second run, FRUs in a third once one was asked for. The tool takes a name longer than
+ * the list prints only in the BMC's own letter case. When a run fails, the look-ups
  * report it without a run of their own until the back-off ends.
  *
  * Driver arguments, all optional:
@@ -65,12 +66,22 @@ class IpmitoolHam final : public IpmiHam {
     void refreshFrus();
     /** Runs the tool; false when it was killed. What it printed says how it went otherwise. */
     bool run( const std::string &arguments, std::string &output ) const;
+    /** How the tool must be asked for a name of the listed length: as the list spells it. */
+    static std::string spelling( const std::string &name, const SensorList &list );
     /**
-     * Adds the readings of @p names, which the list has cut, to @p readings (by upper-case name).
+     * Adds the readings of @p names, which the list cuts or may have cut, to @p readings (by
+     * upper-case name).
      * @return false when the tool was killed
      */
     bool fetchLongNames( const std::set<std::string> &names, const SensorList &list,
                          std::map<std::string, std::string> &readings ) const;
+    /**
+     * Adds the reading of a discrete sensor to @p found. The tool does not read these by name, it
+     * only describes them, under the name that is cut.
+     * @return false when the tool was killed
+     */
+    bool fetchDiscrete( const std::string &name, const SensorList &list,
+                        std::map<std::string, std::string> &found ) const;
     void finish( bool good );
 
     Run run_;
@@ -80,7 +91,7 @@ class IpmitoolHam final : public IpmiHam {
     int64_t backOff_;                                    ///< milliseconds
     SensorList list_;                                    ///< as last printed
     std::set<std::string, BeforeIgnoringCase> fruNames_; ///< of the units that may have a FRU
-    std::set<std::string> longNames_;   ///< asked for and longer than the list prints, as given
+    std::set<std::string> longNames_;   ///< asked for and as long as the list prints or longer
     std::optional<int64_t> finishedAt_; ///< end of the last attempt, monotonic milliseconds
     std::optional<int64_t> frusAt_;     ///< when the FRUs were read
 };

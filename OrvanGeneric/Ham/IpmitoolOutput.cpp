@@ -4,9 +4,12 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "OrvanGeneric/Ham/IpmiStates.h"
 
 namespace Ham {
 
@@ -19,23 +22,6 @@ constexpr size_t mostRecords = 0xFFFE;
 
 /** No line of a list is longer; what is longer is not cut into fields. */
 constexpr size_t longestLine = 1024;
-
-/** States of a discrete sensor that make a unit no good one, as the tool words them. */
-constexpr string_view badStates[] = {
-    "Absent",
-    "AC lost or out-of-range",
-    "AC out-of-range",
-    "Config Error",
-    "Device Absent",
-    "Device Disabled",
-    "Disabled",
-    "Failure detected",
-    "Limit Not Exceeded",
-    "Power Supply AC lost",
-    "Power Supply Inactive",
-    "Predictive Failure Deasserted",
-    "State Deasserted",
-};
 
 /** How a sensor stands to its thresholds. */
 constexpr string_view statuses[] = { "ok",  "ns",  "nc",  "cr",  "nr", "lnc",
@@ -61,12 +47,18 @@ bool isDigit( char c ) {
     return c >= '0' && c <= '9';
 }
 
-/** Whether @p text is nothing but a decimal number that std::stof takes, too. */
+/**
+ * Whether @p text is nothing but a decimal number that the look-ups can convert, to an integer too:
+ * no subnormal one, which std::stof refuses, and none beyond 32 bits.
+ */
 bool isNumber( string_view text ) {
     float value;
     const char *end = text.data() + text.size();
     const auto result = std::from_chars( text.data(), end, value );
-    return result.ec == std::errc() && result.ptr == end && std::isfinite( value );
+    const float magnitude = std::fabs( value );
+    constexpr float firstBeyondInt = 2147483648.0f;
+    return result.ec == std::errc() && result.ptr == end && magnitude < firstBeyondInt &&
+           ( magnitude == 0 || magnitude >= std::numeric_limits<float>::min() );
 }
 
 bool isName( string_view text ) {
@@ -122,21 +114,6 @@ string_view nameBefore( string_view line, string_view rest ) {
     return trimmed( line.substr( 0, comma ) );
 }
 
-const char *discreteReading( const std::vector<string_view> &fields, size_t firstState ) {
-    bool asserted = false;
-    for ( size_t i = firstState; i < fields.size(); ++i ) {
-        if ( fields[ i ].empty() ) {
-            continue;
-        }
-        // Some states go on behind a colon with the details.
-        if ( isOneOf( trimmed( fields[ i ].substr( 0, fields[ i ].find( ':' ) ) ), badStates ) ) {
-            return "0";
-        }
-        asserted = true;
-    }
-    return asserted ? "1" : "0";
-}
-
 /** Takes a line that has a sensor's number; false when it has none. */
 bool takeNumbered( string_view line, const std::vector<string_view> &fields, SensorList &list ) {
     for ( size_t i = 1; i + 2 < fields.size(); ++i ) {
@@ -155,7 +132,8 @@ bool takeNumbered( string_view line, const std::vector<string_view> &fields, Sen
         }
         list.discrete.emplace( name );
         if ( fields[ i + 1 ] != noReading ) {
-            list.readings.emplace( name, discreteReading( fields, firstState ) );
+            const size_t states = static_cast<size_t>( fields[ firstState ].data() - line.data() );
+            list.readings.emplace( name, allStatesGood( line.substr( states ) ) ? "1" : "0" );
         }
         return true;
     }

@@ -19,8 +19,8 @@ constexpr size_t listedNameLength = 16;
 struct SensorList {
     /**
      * The readings that there are: of an analog sensor the number without its unit; of a discrete one
-     * 1 where a state is asserted and none of these speaks of a fault or absence, else 0. Of sensors
-     * with equal names the first.
+     * 1 where a state is asserted and all that are asserted are good (see IpmiStates.h), else 0. Of
+     * sensors with equal names the first.
      */
     std::map<std::string, std::string> readings;
     std::set<std::string> analog;   ///< analog sensors, also those without a reading

@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
+#include <memory>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,12 +21,12 @@ namespace {
 
 constexpr int noExpectedValue = 4;
 constexpr mode_t directoryMode = 0755;
-constexpr mode_t fileMode = 0644;
 
 const std::string &simulationDirectory() {
     static const std::string directory = [] {
         const char *configured = std::getenv( "ORVANLIB_SIMDIR" );
-        return std::string( configured ? configured : "/tmp/OrvanSimulationDevices" );
+        return std::string( configured && *configured ? configured
+                                                      : "/tmp/OrvanSimulationDevices" );
     }();
     return directory;
 }
@@ -44,15 +44,6 @@ std::string fileText( const Utils::ExpectedVal &val ) {
     const size_t wanted = 2 * size;
     return wanted <= text.size() ? text.substr( text.size() - wanted )
                                  : std::string( wanted - text.size(), '0' ) + text;
-}
-
-/** Locks the whole of @p fd; closing any descriptor of the file releases it. */
-void lockFile( int fd, short type ) {
-    struct flock lock = {};
-    lock.l_type = type;
-    lock.l_whence = SEEK_SET;
-    while ( fcntl( fd, F_SETLKW, &lock ) < 0 && errno == EINTR ) {
-    }
 }
 
 bool writeAll( int fd, const std::string &text ) {
@@ -120,17 +111,14 @@ void SimHam::createSimFile() {
         return;
     }
     makeDirectory( simulationDirectory() );
-    const int fd = open( simFileName_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, fileMode );
-    if ( fd < 0 ) {
-        TRACE( 0, "cannot create simulation file %s: %s", simFileName_.c_str(), strerror( errno ) );
+    const SimFile file( simFileName_, SimFile::Access::Create );
+    if ( !file.usable() ) {
+        TRACE( 0, "cannot create simulation file %s: %s", simFileName_.c_str(),
+               file.problem().c_str() );
         return;
     }
-    lockFile( fd, F_WRLCK );
-    const bool written = ftruncate( fd, 0 ) == 0 && writeAll( fd, text );
-    const int error = errno;
-    close( fd );
-    if ( !written ) {
-        TRACE( 0, "cannot write simulation file %s: %s", simFileName_.c_str(), strerror( error ) );
+    if ( ftruncate( file.fd(), 0 ) < 0 || !writeAll( file.fd(), text ) ) {
+        TRACE( 0, "cannot write simulation file %s: %s", simFileName_.c_str(), strerror( errno ) );
         return;
     }
     simFileExists_ = true;
@@ -250,21 +238,39 @@ std::string SimHam::getBlock( ResponseId id, unsigned len ) {
     return readFromFile( len ? len : expected_->at( savedReg_ ).size() );
 }
 
+std::unique_ptr<SimFile> SimHam::openFile( SimFile::Access access ) {
+    auto file = std::make_unique<SimFile>( simFileName_, access );
+    if ( file->missing() ) {
+        createSimFile();
+        if ( !simFileExists_ ) {
+            return nullptr;
+        }
+        file = std::make_unique<SimFile>( simFileName_, access );
+    }
+    if ( !file->usable() ) {
+        TRACE( 0, "cannot use simulation file %s: %s", simFileName_.c_str(),
+               file->problem().c_str() );
+        return nullptr;
+    }
+    return file;
+}
+
 void SimHam::writeToFile( const std::string &value ) {
     assert( simFileExists_ );
     assert( isAddrSimulated() );
     // One descriptor does it all: closing another one of the same file would drop the lock.
-    const int fd = open( simFileName_.c_str(), O_RDWR | O_CLOEXEC );
-    lockFile( fd, F_WRLCK );
-    struct stat status = {};
-    // A harness may have cut the file; touching a page behind its end would kill the process.
-    if ( fstat( fd, &status ) == 0 && status.st_size < static_cast<off_t>( fileSize_ ) &&
-         ftruncate( fd, static_cast<off_t>( fileSize_ ) ) < 0 ) {
-        TRACE( 0, "cannot extend simulation file %s: %s", simFileName_.c_str(), strerror( errno ) );
-        close( fd );
+    const std::unique_ptr<SimFile> file = openFile( SimFile::Access::Write );
+    if ( !file ) {
         return;
     }
-    void *mm = mmap( nullptr, fileSize_, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0 );
+    struct stat status = {};
+    // A harness may have cut the file; touching a page after its end would kill the process.
+    if ( fstat( file->fd(), &status ) == 0 && status.st_size < static_cast<off_t>( fileSize_ ) &&
+         ftruncate( file->fd(), static_cast<off_t>( fileSize_ ) ) < 0 ) {
+        TRACE( 0, "cannot extend simulation file %s: %s", simFileName_.c_str(), strerror( errno ) );
+        return;
+    }
+    void *mm = mmap( nullptr, fileSize_, PROT_READ | PROT_WRITE, MAP_SHARED, file->fd(), 0 );
     // clang-format off
     assert( mm != ((void *) -1) );
     // clang-format on
@@ -273,19 +279,19 @@ void SimHam::writeToFile( const std::string &value ) {
     std::memcpy( static_cast<char *>( mm ) + offset, value.data(),
                  std::min( value.size(), fileSize_ - offset ) );
     munmap( mm, fileSize_ );
-    close( fd );
     TRACE( 5, "%s - Wrote %s to register 0x%x", simFileName_.c_str(), value.c_str(), savedReg_ );
 }
 
 std::string SimHam::readFromFile( size_t size ) {
     assert( simFileExists_ );
     assert( isAddrSimulated() );
+    const std::unique_ptr<SimFile> file = openFile( SimFile::Access::Read );
+    if ( !file ) {
+        return std::string();
+    }
     std::string text( size, '\0' );
-    const int fd = open( simFileName_.c_str(), O_RDONLY | O_CLOEXEC );
-    lockFile( fd, F_RDLCK );
     const ssize_t n =
-        pread( fd, text.data(), size, static_cast<off_t>( offsets_.at( savedReg_ ) ) );
-    close( fd );
+        pread( file->fd(), text.data(), size, static_cast<off_t>( offsets_.at( savedReg_ ) ) );
     text.resize( n < 0 ? 0 : static_cast<size_t>( n ) );
     TRACE( 5, "%s - Read %s from register 0x%x", simFileName_.c_str(), text.c_str(), savedReg_ );
     return text;

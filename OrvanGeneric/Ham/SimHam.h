@@ -1,10 +1,12 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "OrvanGeneric/Ham/Ham.h"
+#include "OrvanGeneric/Ham/SimFile.h"
 
 namespace Ham {
 
@@ -16,7 +18,9 @@ namespace Ham {
  * /tmp/OrvanSimulationDevices). It holds the driver's expected registers in ascending order without
  * separators, numeric ones as two lower-case hexadecimal digits for each byte, text ones as they
  * are, and ends with a newline. It is made anew when the driver hands over a non-empty table;
- * a driver with none has no file: its reads yield 0, its writes do nothing, both with a warning.
+ * a driver with none has no file: its reads yield 0, its writes do nothing, both with a warning. A file
+ * that somebody removed is made again; one that cannot be used (see SimFile) is traced at level 0, its
+ * reads yield 0 and its writes are lost.
  */
 class SimHam : public Ham {
   public:
@@ -68,6 +72,8 @@ class SimHam : public Ham {
     bool canAccess();
     unsigned readHex( ResponseId id, size_t digits );
     void writeNumber( unsigned reg, unsigned value, unsigned size );
+    /** The file, made again where it is missing; null, with a trace, when it cannot be used. */
+    std::unique_ptr<SimFile> openFile( SimFile::Access access );
 
     std::string driverName_;
     std::string label_;

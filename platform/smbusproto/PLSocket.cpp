@@ -354,7 +354,7 @@ int PLSocket::sendRequestWait( const Smbus::TransactionRequest *request,
     }
     // This reply is the right one, being the first; what follows it would be the next call's.
     if ( !frame.surplus ) {
-        closeOnFailure.release();
+        static_cast<void>( closeOnFailure.release() );
     }
     return 0;
 }

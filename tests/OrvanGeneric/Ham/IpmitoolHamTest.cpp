@@ -229,6 +229,29 @@ TEST_F( IpmitoolHamTest, OtherLongNamesKeepTheirReading ) {
     EXPECT_EQ( sensor( "POWERSUPPLY1_CURRENT_IN" ), "3.100" );
 }
 
+TEST_F( IpmitoolHamTest, ANameAsLongAsTheListPrintsIsNotTakenForALongerOneThatBeginsSo ) {
+    const std::string command = "ipmitool -c sensor reading 'PSU1_CURRENT_OUT'" + end;
+    answers_[ listCommand ].output = "PSU1_CURRENT_OUT,9,Amps,ok\n";
+    // The list's line is that of PSU1_CURRENT_OUTLET; the tool knows no sensor of the short name.
+    answers_[ command ] = { PL_STATUS_OK, "" };
+    EXPECT_EQ( sensor( "PSU1_CURRENT_OUT" ), "<4>" );
+    EXPECT_EQ( takeCommands(), ( Commands{ listCommand, command } ) );
+    FakeTime::now += 2;
+    answers_[ command ].output = "PSU1_CURRENT_OUT,3.100\n";
+    EXPECT_EQ( sensor( "PSU1_CURRENT_OUT" ), "3.100" );
+}
+
+TEST_F( IpmitoolHamTest, ANameAsLongAsTheListPrintsIsAskedForInTheListsLetterCase ) {
+    answers_[ listCommand ].output = "Psu1_Current_Out,9,Amps,ok\n"
+                                     "Psu1_Present_Now,02h,ok,10.1,Presence detected\n";
+    answers_[ "ipmitool -c sensor reading 'Psu1_Current_Out'" + end ] = {
+        PL_STATUS_OK, "Psu1_Current_Out,3.100\n" };
+    answers_[ "ipmitool -c sdr get 'Psu1_Present_Now'" + end ] = {
+        PL_STATUS_OK, "Psu1_Present_Now,02h,ok,10.1,Presence detected\n" };
+    EXPECT_EQ( sensor( "PSU1_CURRENT_OUT" ), "3.100" );
+    EXPECT_EQ( sensor( "psu1_present_now" ), "1" );
+}
+
 TEST_F( IpmitoolHamTest, ALongNameWhoseRunIsKilledMakesTheRefreshFail ) {
     answers_[ airflowCommand ].status = PL_STATUS_TRANSPORT;
     EXPECT_EQ( sensor( "AIRFLOWDIRECTION_1" ), "<4>" );
@@ -297,6 +320,8 @@ TEST( IpmitoolHam, RunsTheCommandForReal ) {
 
 TEST_F( IpmitoolHamTest, LookupsOfAFreshListDoNotAllocate ) {
     answers_[ listCommand ].output += "psu1_current_out,20,Amps,ok\n";
+    answers_[ "ipmitool -c sensor reading 'psu1_current_out'" + end ] = { PL_STATUS_OK,
+                                                                          "psu1_current_out,20\n" };
     const std::string name = "PSU1_Current_Out";
     float amperes = 0;
     std::string text;
@@ -313,7 +338,7 @@ TEST_F( IpmitoolHamTest, LookupsOfAFreshListDoNotAllocate ) {
     EXPECT_EQ( amperes, 20 );
     EXPECT_EQ( text, "20" );
     EXPECT_EQ( allocations, 0u );
-    EXPECT_EQ( commands_.size(), 1u );
+    EXPECT_EQ( commands_.size(), 2u );
 }
 
 } // namespace

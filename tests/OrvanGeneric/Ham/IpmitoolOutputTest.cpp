@@ -47,16 +47,18 @@ TEST( IpmitoolSensorList, StatesThatSpeakOfAFaultOrOfAbsenceAre0 ) {
         { "Present", "1" },
         { "Absent", "0" },
         { "Disabled", "0" },
-        { "Limit Exceeded", "1" },
-        { "Limit Not Exceeded", "0" },
-        { "Predictive Failure Deasserted", "0" },
+        { "Limit Exceeded", "0" },
+        { "Limit Not Exceeded", "1" },
+        { "Predictive Failure Deasserted", "1" },
         { "Presence detected, Failure detected", "0" },
-        { "Presence detected, Predictive failure", "1" },
+        { "Presence detected, Predictive failure", "0" },
         { "Presence detected, Power Supply AC lost", "0" },
         { "Presence detected, AC lost or out-of-range", "0" },
         { "AC out-of-range, but present", "0" },
         { "Config Error: Vendor Mismatch", "0" },
         { "Power Supply Inactive", "0" },
+        { "Presence detected, Thermal Trip", "0" },
+        { "Identify Status, Device Installed", "1" },
     };
     for ( const auto &[ states, reading ] : cases ) {
         EXPECT_EQ( Ham::parseSensorList( std::string( "S,01h,ok,10.1," ) + states ).readings,
@@ -75,12 +77,24 @@ TEST( IpmitoolSensorList, EveryThresholdStatusIsAReading ) {
 }
 
 TEST( IpmitoolSensorList, AnAnalogSensorWithoutANumberHasNoReading ) {
-    for ( const char *line : { "F,,,ns", "F,12,RPM,ns", "F,,RPM,ok", "F,disabled,,ns",
-                               "F,nan,RPM,ok", "F,inf,RPM,ok", "F,1e99,RPM,ok", "F,12x,RPM,ok" } ) {
+    for ( const char *line :
+          { "F,,,ns", "F,12,RPM,ns", "F,,RPM,ok", "F,disabled,,ns", "F,nan,RPM,ok", "F,inf,RPM,ok",
+            "F,1e99,RPM,ok", "F,12x,RPM,ok", "F,1e-40,RPM,ok", "F,-1e-40,RPM,ok",
+            "F,2147483648,RPM,ok", "F,-2147483648,RPM,ok" } ) {
         const Ham::SensorList list = Ham::parseSensorList( line );
         EXPECT_EQ( list.readings, Readings() ) << line;
         EXPECT_EQ( list.analog, Names{ "F" } ) << line;
     }
+}
+
+TEST( IpmitoolSensorList, TheGreatestAndTheLeastNumbersThatTheLookUpsConvert ) {
+    // The last float before 2^31, the least normal one, and 0 itself.
+    EXPECT_EQ(
+        Ham::parseSensorList( "A,2147483520,RPM,ok\nB,1.17549435e-38,V,ok\nC,0,V,ok\n"
+                              "D,-0.000,V,ok\n" )
+            .readings,
+        ( Readings{
+            { "A", "2147483520" }, { "B", "1.17549435e-38" }, { "C", "0" }, { "D", "-0.000" } } ) );
 }
 
 TEST( IpmitoolSensorList, OfEqualNamesTheFirstReadingCounts ) {

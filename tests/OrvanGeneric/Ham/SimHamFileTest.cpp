@@ -97,6 +97,13 @@ TEST( SimHamFile, DefaultFolderIsBelowTmp ) {
     }
 }
 
+TEST( SimHamFile, AnEmptyFolderNameCountsAsNone ) {
+    setenv( "ORVANLIB_SIMDIR", "", 1 );
+    Ham::SimHam ham;
+    ham.setDriverName( "Part", "one" );
+    EXPECT_EQ( ham.simFileName(), "/tmp/OrvanSimulationDevices/Part-one" );
+}
+
 TEST_F( SimHamFileTest, NewTableReplacesTheFile ) {
     ready();
     const ExpectedValues other = { { 5, { 0x7F, 1 } } };

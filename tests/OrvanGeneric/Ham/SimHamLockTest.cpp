@@ -1,13 +1,10 @@
-#include <atomic>
 #include <fcntl.h>
 #include <functional>
 #include <stdexcept>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 #include "tests/OrvanGeneric/Ham/SimHamFixture.h"
-#include "tests/support/SocketPeer.h"
 
 namespace {
 
@@ -76,31 +73,36 @@ bool isUnlocked( const std::string &file ) {
 
 class SimHamLock : public SimHamTest {
   protected:
-    /** Whether @p access waits for a lock of @p type that another process holds. */
+    SimHamLock() {
+        pauses_ = 0;
+        duringPause_ = nullptr;
+        Utils::os.usleep = []( useconds_t microseconds ) {
+            ++pauses_;
+            paused_ += microseconds;
+            if ( duringPause_ ) {
+                duringPause_();
+            }
+            return 0;
+        };
+    }
+    ~SimHamLock() override { Utils::os.usleep = ::usleep; }
+
+    /** Whether @p access waits for a lock of @p type that another process holds for a while. */
     bool waitsFor( short type, const std::function<void()> &access ) {
         LockHolder holder( file(), type );
         EXPECT_TRUE( holder.holds() );
-        std::atomic<int> thread = 0;
-        std::atomic<bool> done = false;
-        std::thread accessor( [ & ] {
-            thread = support::currentThread();
-            thread.notify_one();
-            access();
-            done = true;
-            released_.wait(); // so that a thread that did not wait can be looked at, too
-        } );
-        thread.wait( 0 );
-        support::waitUntilAsleep( thread );
-        const bool waited = !done;
-        contentWhileLocked_ = content( file() );
-        holder.release();
-        released_.set();
-        accessor.join();
-        EXPECT_TRUE( done );
-        return waited;
+        duringPause_ = [ & ] {
+            contentWhileLocked_ = content( file() );
+            holder.release();
+        };
+        access();
+        duringPause_ = nullptr;
+        return pauses_ > 0;
     }
 
-    support::Event released_;
+    static inline unsigned pauses_;
+    static inline unsigned paused_; ///< microseconds
+    static inline std::function<void()> duringPause_;
     std::string contentWhileLocked_;
 };
 
@@ -115,6 +117,7 @@ TEST_F( SimHamLock, WriteWaitsForAnotherReader ) {
     ready();
     EXPECT_TRUE( waitsFor( F_RDLCK, [ & ] { ham_.addWrite8( 0x10, 0x99, false ); } ) );
     EXPECT_EQ( contentWhileLocked_, fileAtFirst );
+    EXPECT_EQ( content( file() ).substr( 0, 2 ), "99" );
 }
 
 TEST_F( SimHamLock, ReadWaitsForAnotherWriter ) {
@@ -137,6 +140,22 @@ TEST_F( SimHamLock, ReplacingTheFileWaitsForAnotherReader ) {
     EXPECT_TRUE( waitsFor( F_RDLCK, [ & ] { ham_.setExpected( &other ); } ) );
     EXPECT_EQ( contentWhileLocked_, fileAtFirst );
     EXPECT_EQ( content( file() ), "7f\n" );
+}
+
+TEST_F( SimHamLock, ALockThatIsKeptIsWaitedForOneSecond ) {
+    ready().addRead8( 0x10 );
+    const std::string trace =
+        "cannot use simulation file " + file() + ": another process keeps it locked";
+    const LockHolder holder( file(), F_WRLCK );
+    ASSERT_TRUE( holder.holds() );
+    paused_ = 0;
+    EXPECT_EQ( ham_.get8( 0 ), 0 );
+    EXPECT_EQ( paused_, 1000000u );
+    EXPECT_EQ( host_.traces, ( Traces{ { 0, trace } } ) );
+    EXPECT_EQ( ham_.write8( 0x10, 0x99, false ), 0 );
+    EXPECT_EQ( paused_, 2000000u );
+    EXPECT_EQ( host_.texts( 0 ), ( std::vector<std::string>{ trace, trace } ) );
+    EXPECT_EQ( content( file() ), fileAtFirst );
 }
 
 TEST_F( SimHamLock, NoLockIsLeftBehind ) {

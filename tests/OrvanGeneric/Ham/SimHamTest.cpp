@@ -2,6 +2,8 @@
 
 #include <filesystem>
 #include <functional>
+#include <sys/mman.h>
+#include <sys/stat.h>
 
 #include <gtest/gtest.h>
 
@@ -115,12 +117,68 @@ TEST_F( SimHamTest, NumberBehindTheEndOfACutFileIsZero ) {
     EXPECT_EQ( byte, 0 );
 }
 
-TEST_F( SimHamTest, FileThatAHarnessRemovedReadsAsZero ) {
-    ready();
+TEST_F( SimHamTest, FileThatAHarnessRemovedIsMadeAgain ) {
+    ready().write8( 0x10, 0x77, false );
     fs::remove( file() );
     uint8_t byte = 7;
     EXPECT_EQ( ham_.read8( 0x10, &byte ), 0 );
+    EXPECT_EQ( byte, 0x03 );
+    EXPECT_EQ( content( file() ), fileAtFirst );
+    fs::remove_all( folder_ );
+    EXPECT_EQ( ham_.write8( 0x30, 0x5A, false ), 0 );
+    EXPECT_EQ( content( file() ), "0312345aB DPSabcdef\n" );
+}
+
+TEST_F( SimHamTest, FileThatCannotBeMadeAgainReadsAsZeroAndTakesNoWrites ) {
+    ready();
+    fs::remove_all( folder_ );
+    fs::create_symlink( base_ + "/nowhere", folder_ );
+    uint8_t byte = 7;
+    EXPECT_EQ( ham_.read8( 0x10, &byte ), 0 );
     EXPECT_EQ( byte, 0 );
+    EXPECT_EQ( host_.texts( 0 ),
+               ( std::vector<std::string>{ "cannot create simulation file " + file() +
+                                           ": No such file or directory" } ) );
+    EXPECT_EQ( ham_.write8( 0x10, 1, false ), 0 );
+    EXPECT_EQ( host_.texts( 0 ).back(), warning( "Part", "0x10" ) );
+}
+
+TEST_F( SimHamTest, ALinkInPlaceOfTheFileIsNotFollowed ) {
+    ready();
+    const std::string target = base_ + "/target";
+    std::ofstream( target ) << "somebody's";
+    fs::remove( file() );
+    fs::create_symlink( target, file() );
+    const std::string trace = "cannot use simulation file " + file() + ": it is a symbolic link";
+    uint8_t byte = 7;
+    EXPECT_EQ( ham_.read8( 0x10, &byte ), 0 );
+    EXPECT_EQ( byte, 0 );
+    EXPECT_EQ( ham_.write8( 0x10, 1, false ), 0 );
+    EXPECT_EQ( host_.texts( 0 ), ( std::vector<std::string>{ trace, trace } ) );
+    ham_.setExpected( &registers );
+    EXPECT_FALSE( ham_.simFileExists() );
+    EXPECT_EQ( host_.texts( 0 ).back(),
+               "cannot create simulation file " + file() + ": it is a symbolic link" );
+    EXPECT_EQ( content( target ), "somebody's" );
+}
+
+TEST_F( SimHamTest, AFifoOrAFolderInPlaceOfTheFileIsLeftAlone ) {
+    ready();
+    fs::remove( file() );
+    ASSERT_EQ( mkfifo( file().c_str(), 0600 ), 0 );
+    const std::string trace = "cannot use simulation file " + file() + ": ";
+    uint8_t byte = 7;
+    EXPECT_EQ( ham_.read8( 0x10, &byte ), 0 );
+    EXPECT_EQ( byte, 0 );
+    EXPECT_EQ( ham_.write8( 0x10, 1, false ), 0 );
+    fs::remove( file() );
+    fs::create_directory( file() );
+    EXPECT_EQ( ham_.read8( 0x10, &byte ), 0 );
+    EXPECT_EQ( ham_.write8( 0x10, 1, false ), 0 );
+    EXPECT_EQ( host_.texts( 0 ), ( std::vector<std::string>{ trace + "it is not a regular file",
+                                                             trace + "it is not a regular file",
+                                                             trace + "it is not a regular file",
+                                                             trace + "Is a directory" } ) );
 }
 
 TEST_F( SimHamTest, ReadOfAnUnexpectedRegisterFailsAndWarns ) {
@@ -339,10 +397,21 @@ TEST_F( SimHamTest, NumberWrittenOverAShortTextAtTheEndStaysWithinTheFile ) {
     EXPECT_EQ( content( file() ), filler + "123" );
 }
 
-TEST_F( SimHamTest, WriteIntoARemovedFileIsABrokenInvariant ) {
-    ready();
-    fs::remove( file() );
-    EXPECT_DEATH( ham_.write8( 0x10, 1, false ),
+/** Takes address space until nothing of half a mebibyte is left in one piece. */
+void fillAddressSpace() {
+    for ( size_t size = size_t{ 1 } << 30; size >= size_t{ 1 } << 19; size /= 2 ) {
+        while ( mmap( nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1,
+                      0 ) != MAP_FAILED ) {
+        }
+    }
+}
+
+TEST_F( SimHamTest, AFileThatCannotBeMappedIsABrokenInvariant ) {
+    constexpr size_t size = size_t{ 1 } << 20;
+    const ExpectedValues large = { { 1, { std::string( size, 'x' ), size } }, { 2, { 0, 1 } } };
+    ham_.setDriverName( "Part", "one" );
+    ham_.setExpected( &large );
+    EXPECT_DEATH( ( fillAddressSpace(), ham_.write8( 2, 1, false ) ),
                   "OrvanGeneric/Ham/SimHam.*`mm != \\(\\(void \\*\\) -1\\)'" );
 }
 
