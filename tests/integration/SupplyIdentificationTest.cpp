@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include "common/TemporaryFolder.h"
 #include "tests/integration/EmulatedBoard.h"
 #include "tests/integration/RecordReadings.h"
-#include "tests/support/Process.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ class SupplyCommandTest : public testing::Test {
     }
     std::string seen() const { return fileText( folder_.file( "seen" ) ); }
 
-    test::TemporaryFolder folder_;
+    common::TemporaryFolder folder_;
     EmulatedBoard board_{ "mirelund-power" };
 };
 
@@ -76,7 +76,7 @@ class SimulatedSupplyTest : public testing::Test {
         setenv( "ORVANLIB_SIMDIR", folder_.path().c_str(), 1 );
     }
 
-    test::TemporaryFolder folder_;
+    common::TemporaryFolder folder_;
     EmulatedBoard board_{ "mirelund-power" };
 };
 

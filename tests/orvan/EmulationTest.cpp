@@ -3,8 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include "common/TemporaryFolder.h"
 #include "orvan/Errors.h"
-#include "tests/support/Process.h"
 
 namespace {
 
@@ -38,8 +38,8 @@ class EmulationTest : public testing::Test {
 
     static bool lives( pid_t pid ) { return ::kill( pid, 0 ) == 0; }
 
-    test::TemporaryFolder folder_;
-    test::TemporaryFolder private_; // where private folders are made
+    common::TemporaryFolder folder_;
+    common::TemporaryFolder private_; // where private folders are made
 };
 
 TEST_F( EmulationTest, TheServiceListensWhileItLivesAndIsGoneAfterwards ) {

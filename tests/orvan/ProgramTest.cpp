@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include "common/TemporaryFolder.h"
 #include "tests/support/Process.h"
 
 namespace {
@@ -39,7 +40,7 @@ class ProgramTest : public testing::Test {
         return orvan( words );
     }
 
-    test::TemporaryFolder folder_;
+    common::TemporaryFolder folder_;
 };
 
 TEST_F( ProgramTest, ShowsABoard ) {

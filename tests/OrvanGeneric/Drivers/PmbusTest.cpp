@@ -11,6 +11,7 @@
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "OrvanGeneric/Topology.h"
+#include "common/TemporaryFolder.h"
 #include "tests/support/AssertionFailure.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
@@ -506,9 +507,8 @@ TEST_F( PmbusTest, DeclaresElevenRegisters ) {
 }
 
 TEST( PmbusSimulation, SupplyReadsItsTable ) {
-    std::string directory = testing::TempDir() + "pmbus-XXXXXX";
-    ASSERT_NE( mkdtemp( directory.data() ), nullptr );
-    setenv( "ORVANLIB_SIMDIR", directory.c_str(), 1 );
+    const common::TemporaryFolder directory;
+    setenv( "ORVANLIB_SIMDIR", directory.path().c_str(), 1 );
     Utils::isInSimulation = 1;
     ASSERT_EQ( Topology::loadTopology( R"([ { "type": "I2C", "id": 0, "ham": "OrvanSmbus",
         "devices": [ { "did": 9 } ] } ])" ),
@@ -540,11 +540,10 @@ TEST( PmbusSimulation, SupplyReadsItsTable ) {
     int rpm = 5;
     EXPECT_EQ( fan->ops->get_rpm( fan, &rpm ), PL_STATUS_TRANSPORT );
     EXPECT_EQ( rpm, 5 );
-    EXPECT_TRUE( std::filesystem::exists( directory + "/Pmbus-PSU1" ) );
+    EXPECT_TRUE( std::filesystem::exists( directory.file( "Pmbus-PSU1" ) ) );
     // READ_VOUT is one byte wide there: as a word it is read together with what follows.
     EXPECT_EQ( psu->ops->get_output_voltage( psu, &value ), PL_STATUS_OK );
     EXPECT_EQ( value, 224.0f / 512 ); // 00 and then 8c's "e0", at an exponent of -9
-    std::filesystem::remove_all( directory );
 }
 
 } // namespace

@@ -5,9 +5,9 @@
 #include <gmock/gmock.h>
 
 #include "OrvanGeneric/NotImplementedException.h"
+#include "common/TemporaryFolder.h"
 #include "tests/OrvanGeneric/Drivers/PsuSlotFixture.h"
 #include "tests/support/AssertionFailure.h"
-#include "tests/support/Process.h"
 
 namespace {
 
@@ -319,7 +319,7 @@ TEST_F( PsuSlotTest, DeclaresTenRegisters ) {
 class PsuSlotSimulation : public testing::TestWithParam<const char *> {};
 
 TEST_P( PsuSlotSimulation, ShowsTheSampleSupply ) {
-    const test::TemporaryFolder folder;
+    const common::TemporaryFolder folder;
     setenv( "ORVANLIB_SIMDIR", folder.path().c_str(), 1 );
     Utils::isInSimulation = 1;
     ASSERT_EQ( Topology::loadTopology( R"([ { "type": "I2C", "id": 0, "ham": "OrvanSmbus",

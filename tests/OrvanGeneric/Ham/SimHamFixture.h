@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "OrvanGeneric/Ham/SimHam.h"
+#include "common/TemporaryFolder.h"
 #include "tests/support/FakeHost.h"
 
 /** A byte, a word, a byte, a text and a 3-byte number, at 0, 2, 6, 8 and 13. */
@@ -34,14 +35,9 @@ inline std::string warning( const std::string &driver, const std::string &reg ) 
 class SimHamTest : public testing::Test {
   protected:
     SimHamTest() {
-        base_ = ( std::filesystem::temp_directory_path() / "orvan-sim-XXXXXX" ).string();
-        if ( !mkdtemp( base_.data() ) ) {
-            throw std::runtime_error( "mkdtemp" );
-        }
-        folder_ = base_ + "/some/where";
+        folder_ = base_.file( "some/where" );
         setenv( "ORVANLIB_SIMDIR", folder_.c_str(), 1 );
     }
-    ~SimHamTest() override { std::filesystem::remove_all( base_ ); }
 
     /** The Ham of a driver "Part" named "one" with the registers above. */
     Ham::SimHam &ready() {
@@ -60,7 +56,7 @@ class SimHamTest : public testing::Test {
         stream << text;
     }
 
-    std::string base_;
+    common::TemporaryFolder base_;
     std::string folder_;
     Ham::SimHam ham_;
     FakeHost &host_ = FakeHost::instance();

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "tests/support/Process.h"
+#include "common/TemporaryFolder.h"
 
 namespace {
 
@@ -36,7 +36,7 @@ TEST( JsonFile, AKeyGivenTwiceIsRefusedAtAnyDepth ) {
 }
 
 TEST( JsonFile, AFileIsReadAsItIs ) {
-    const test::TemporaryFolder folder;
+    const common::TemporaryFolder folder;
     JsonFile file;
     Problems problems;
     ASSERT_TRUE( orvan::readJsonFile( folder.write( "a.json", " [ 1 ]\n" ), file, problems ) );
@@ -45,7 +45,7 @@ TEST( JsonFile, AFileIsReadAsItIs ) {
 }
 
 TEST( JsonFile, WhatCannotBeReadIsNamed ) {
-    const test::TemporaryFolder folder;
+    const common::TemporaryFolder folder;
     JsonFile file;
     Problems problems;
     EXPECT_FALSE( orvan::readJsonFile( folder.file( "no.json" ), file, problems ) );

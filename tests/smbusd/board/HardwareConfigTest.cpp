@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/Process.h"
+#include "common/TemporaryFolder.h"
 #include "tests/support/TestBoard.h"
 
 namespace {
@@ -261,7 +261,7 @@ TEST( HardwareConfig, RefusesFaultsOfRealHardware ) {
 }
 
 TEST( HardwareConfig, ReadsAFileAndWhatLiesBesideIt ) {
-    const test::TemporaryFolder folder;
+    const common::TemporaryFolder folder;
     folder.write( "rom.bin", "image" );
     const std::string file = folder.write(
         "hardware.json",

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/Process.h"
+#include "common/TemporaryFolder.h"
 #include "tests/support/SmbusClient.h"
 
 namespace {
@@ -33,7 +33,7 @@ std::string messageOf( const std::string &path ) {
 
 class ListenSocketFile : public testing::Test {
   protected:
-    test::TemporaryFolder folder;
+    common::TemporaryFolder folder;
     std::string path = folder.file( "s.sock" );
 };
 
@@ -119,7 +119,7 @@ class InheritedSockets : public testing::Test {
             ::setenv( "LISTEN_FDNAMES", names, 1 );
         }
     }
-    test::TemporaryFolder folder;
+    common::TemporaryFolder folder;
 };
 
 TEST_F( InheritedSockets, AreNoneUnlessAnnouncedToThisProcess ) {

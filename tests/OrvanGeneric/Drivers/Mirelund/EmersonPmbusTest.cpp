@@ -11,6 +11,7 @@
 #include "OrvanGeneric/Drivers/Mirelund/MirePsuPCA9555.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "OrvanGeneric/Topology.h"
+#include "common/TemporaryFolder.h"
 #include "tests/support/AssertionFailure.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
@@ -371,9 +372,8 @@ TEST_F( EmersonPmbusTest, RealToLinearEncodesWholeNumbers ) {
 // Simulation
 
 TEST( EmersonPmbusSimulation, HealthySupply ) {
-    std::string directory = testing::TempDir() + "emerson-XXXXXX";
-    ASSERT_NE( mkdtemp( directory.data() ), nullptr );
-    setenv( "ORVANLIB_SIMDIR", directory.c_str(), 1 );
+    const common::TemporaryFolder directory;
+    setenv( "ORVANLIB_SIMDIR", directory.path().c_str(), 1 );
     Utils::isInSimulation = 1;
     const FakeTime time;
     FakeTime::now = 100;
@@ -414,7 +414,6 @@ TEST( EmersonPmbusSimulation, HealthySupply ) {
     for ( const Trace &trace : FakeHost::instance().traces ) {
         EXPECT_EQ( trace.text.find( "WARNING" ), std::string::npos ) << trace.text;
     }
-    std::filesystem::remove_all( directory );
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 #include "OrvanGeneric/Drivers/Drivers.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "OrvanGeneric/Topology.h"
+#include "common/TemporaryFolder.h"
 #include "tests/support/AssertionFailure.h"
 #include "tests/support/BlinkingLedChecks.h"
 #include "tests/support/FakeHost.h"
@@ -348,9 +349,8 @@ TEST_F( MirePsuPCA9555Test, BlinkingNeedsTheTimer ) {
 // Simulation
 
 TEST( MirePsuPCA9555Simulation, HealthySupplies ) {
-    std::string directory = testing::TempDir() + "psu-pca-XXXXXX";
-    ASSERT_NE( mkdtemp( directory.data() ), nullptr );
-    setenv( "ORVANLIB_SIMDIR", directory.c_str(), 1 );
+    const common::TemporaryFolder directory;
+    setenv( "ORVANLIB_SIMDIR", directory.path().c_str(), 1 );
     Utils::isInSimulation = 1;
     const FakeTime time;
     FakeTime::now = 100;
@@ -374,10 +374,9 @@ TEST( MirePsuPCA9555Simulation, HealthySupplies ) {
     }
     EXPECT_EQ( led->ops->set_light_setting( led, PL_LED_STATUS_BAD ), PL_STATUS_OK );
     std::string text;
-    std::getline( std::ifstream( directory + "/MirePsuPCA9555-psus" ), text );
+    std::getline( std::ifstream( directory.file( "MirePsuPCA9555-psus" ) ), text );
     // Inputs, outputs with the second supply's LED red, directions.
     EXPECT_EQ( text, "d254ff64ff00" );
-    std::filesystem::remove_all( directory );
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 #include "OrvanGeneric/Drivers/Drivers.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "OrvanGeneric/Topology.h"
+#include "common/TemporaryFolder.h"
 #include "tests/support/BlinkingLedChecks.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
@@ -496,9 +497,8 @@ TEST_F( MirelundPCA9555Test, CopyWithoutMemoryFails ) {
 // Simulation
 
 TEST( MirelundPCA9555Simulation, HealthyFanBoard ) {
-    std::string directory = testing::TempDir() + "fan-board-XXXXXX";
-    ASSERT_NE( mkdtemp( directory.data() ), nullptr );
-    setenv( "ORVANLIB_SIMDIR", directory.c_str(), 1 );
+    const common::TemporaryFolder directory;
+    setenv( "ORVANLIB_SIMDIR", directory.path().c_str(), 1 );
     Utils::isInSimulation = 1;
     const FakeTime time;
     ASSERT_EQ( Topology::loadTopology( R"([ { "type": "I2C", "id": 0, "ham": "OrvanSmbus",
@@ -531,10 +531,9 @@ TEST( MirelundPCA9555Simulation, HealthyFanBoard ) {
     EXPECT_EQ( led->ops->set_light_setting( led, PL_LED_STATUS_BAD ), PL_STATUS_OK );
 
     std::string text;
-    std::getline( std::ifstream( directory + "/MirelundPCA9555-fans" ), text );
+    std::getline( std::ifstream( directory.file( "MirelundPCA9555-fans" ) ), text );
     // Inputs, outputs with the second LED amber, directions.
     EXPECT_EQ( text, "0f00ff2fff0f" );
-    std::filesystem::remove_all( directory );
 
     for ( pl_slot *slot : slots ) {
         delete static_cast<Slot *>( slot->priv );

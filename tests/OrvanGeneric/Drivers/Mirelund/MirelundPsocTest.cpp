@@ -13,6 +13,7 @@
 #include "OrvanGeneric/Drivers/Drivers.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "OrvanGeneric/Topology.h"
+#include "common/TemporaryFolder.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
 #include "tests/support/SimulatedDevice.h"
@@ -437,9 +438,8 @@ TEST_F( MirelundPsocTest, SimulatedRegisters ) {
 }
 
 TEST( MirelundPsocSimulation, FansAndSensorsAnswerFromTheSimulationFile ) {
-    std::string directory = testing::TempDir() + "psoc-XXXXXX";
-    ASSERT_NE( mkdtemp( directory.data() ), nullptr );
-    setenv( "ORVANLIB_SIMDIR", directory.c_str(), 1 );
+    const common::TemporaryFolder directory;
+    setenv( "ORVANLIB_SIMDIR", directory.path().c_str(), 1 );
     Utils::isInSimulation = 1;
     ASSERT_EQ( Topology::loadTopology( R"([ { "type": "I2C", "id": 0, "ham": "OrvanSmbus",
         "devices": [ { "did": 7 } ] } ])" ),
@@ -457,7 +457,7 @@ TEST( MirelundPsocSimulation, FansAndSensorsAnswerFromTheSimulationFile ) {
         pl_temp_sensor_add( description( R"({ "sensorId": 1, "register": 32 })" ).c_str(), 60, 70 );
 
     std::string text;
-    std::getline( std::ifstream( directory + "/MirelundPsoc-psoc" ), text );
+    std::getline( std::ifstream( directory.file( "MirelundPsoc-psoc" ) ), text );
     EXPECT_EQ( text, "282727272688fe1ffe1fff56" );
 
     int rpm = 0;
@@ -472,7 +472,6 @@ TEST( MirelundPsocSimulation, FansAndSensorsAnswerFromTheSimulationFile ) {
     EXPECT_EQ( FakeHost::instance().fireAll(), 1 );
     EXPECT_EQ( fourth->ops->get_rpm( fourth, &rpm ), PL_STATUS_FAULT );
     EXPECT_EQ( third->ops->get_rpm( third, &rpm ), PL_STATUS_OK );
-    std::filesystem::remove_all( directory );
 
     for ( pl_fan *fan : { third, fourth } ) {
         delete static_cast<Component::LogicalDevice::Fan *>( fan->priv );

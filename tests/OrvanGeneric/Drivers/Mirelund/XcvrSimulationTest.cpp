@@ -11,6 +11,7 @@
 #include "OrvanGeneric/Drivers/Drivers.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9698.h"
 #include "OrvanGeneric/Ham/SimHam.h"
+#include "common/TemporaryFolder.h"
 #include "tests/support/FakeHost.h"
 
 namespace {
@@ -21,12 +22,9 @@ using Component::LogicalDevice::SfpXcvr;
 class XcvrSimulationTest : public testing::Test {
   protected:
     XcvrSimulationTest() {
-        std::string folder = testing::TempDir() + "orvan-xcvr-XXXXXX";
-        folder_ = mkdtemp( folder.data() );
-        setenv( "ORVANLIB_SIMDIR", folder_.c_str(), 1 );
+        setenv( "ORVANLIB_SIMDIR", folder_.path().c_str(), 1 );
         args_.driverArgs = { { "bank-io-0", "102" }, { "bank-io-1", "102" } };
     }
-    ~XcvrSimulationTest() override { std::filesystem::remove_all( folder_ ); }
 
     /** Brings a driver up as its first peripheral does. */
     void start( const std::string &driver ) {
@@ -36,12 +34,9 @@ class XcvrSimulationTest : public testing::Test {
         ham_.setDriverName( driver, "front" );
         ham_.setExpected( device_->expectedValues() );
         initResult_ = device_->init();
-        file_ = folder_ + "/" + driver + "-front";
+        file_ = folder_.file( driver + "-front" );
     }
-    std::string fileText() const {
-        std::ifstream file( file_ );
-        return std::string( std::istreambuf_iterator<char>( file ), {} );
-    }
+    std::string fileText() const { return common::readFile( file_ ); }
     /** Changes the file as a test harness does. */
     void put( size_t offset, const std::string &text ) {
         std::fstream file( file_ );
@@ -69,7 +64,7 @@ class XcvrSimulationTest : public testing::Test {
     Ham::SimHam ham_;
     std::unique_ptr<Component::HardwareDevice> device_;
     int initResult_ = -1;
-    std::string folder_;
+    common::TemporaryFolder folder_;
     std::string file_;
 };
 

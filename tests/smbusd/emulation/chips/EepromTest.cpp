@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/Process.h"
+#include "common/TemporaryFolder.h"
 #include "tests/support/TestBoard.h"
 
 namespace {
@@ -123,7 +123,7 @@ TEST( Eeprom, LosesNothingWithoutPower ) {
 }
 
 TEST( Eeprom, TakesAnImageFile ) {
-    const test::TemporaryFolder folder;
+    const common::TemporaryFolder folder;
     folder.write( "rom.bin", std::string( "\0\x12\xFF", 3 ) );
     TestBoard test = boardWith( R"("image": "rom.bin")", folder.path() );
     EXPECT_EQ( test.data( TransactionBuilder().read( small, 0, 4 ) ),
