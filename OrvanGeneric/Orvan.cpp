@@ -3,6 +3,7 @@
 #include <PLSocket.h>
 
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/Status.h"
 #include "OrvanGeneric/Topology.h"
 #include "OrvanGeneric/Utils.h"
 
@@ -14,7 +15,7 @@ namespace {
 constexpr int socketAttempts = 30;
 
 pl_status initKind( const char *name, const char *topology ) {
-    return static_cast<pl_status>( orvanLibraryInit( name, topology, socketAttempts ) );
+    return Utils::hostStatus( orvanLibraryInit( name, topology, socketAttempts ) );
 }
 
 } // namespace

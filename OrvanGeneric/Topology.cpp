@@ -6,7 +6,7 @@
 #include <rapidjson/document.h>
 #include <rapidjson/error/en.h>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/TopologyMemory.h"
 

@@ -7,7 +7,7 @@
 #include <rapidjson/document.h>
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
-#include "OrvanGeneric/Ham/Hams.h"
+#include "OrvanGeneric/Ham/HamSelection.h"
 #include "OrvanGeneric/Ham/SearchVisitor.h"
 #include "OrvanGeneric/Topology.h"
 #include "bench/Ratio.h"

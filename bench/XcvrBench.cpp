@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirelundCPLD.h"
 #include "bench/Ratio.h"
 #include "tests/support/AllocationCounter.h"

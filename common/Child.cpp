@@ -26,6 +26,7 @@ constexpr int probeIntervalMs = 5;
 /** What execvpe() takes: pointers to texts that live elsewhere, and a null. */
 std::vector<char *> pointersTo( std::vector<std::string> &texts ) {
     std::vector<char *> pointers;
+    pointers.reserve( texts.size() + 1 );
     for ( std::string &text : texts ) {
         pointers.push_back( text.data() );
     }

@@ -34,7 +34,7 @@ std::string TemporaryFolder::file( std::string_view name ) const {
 }
 
 std::string TemporaryFolder::write( std::string_view name, std::string_view content ) const {
-    const std::string path = file( name );
+    std::string path = file( name );
     std::ofstream stream( path, std::ios::binary );
     stream << content << std::flush;
     if ( !stream ) {

@@ -5,15 +5,14 @@
 
 #include <fmt/core.h>
 
-#include "orvan/BmcEmulation.h"
-#include "orvan/Emulation.h"
+#include "orvan/base/Paths.h"
+#include "orvan/emulation/BmcEmulation.h"
+#include "orvan/emulation/Emulation.h"
 
 namespace orvan {
 
 namespace {
 
-constexpr const char *socketVariable = "PL_SMBUS_SOCKET";
-constexpr const char *defaultSocket = "/run/smbusd.sock";
 constexpr const char *bmcPortVariable = "ORVAN_BMC_PORT";
 constexpr const char *bmcConsoleVariable = "ORVAN_BMC_CONSOLE";
 constexpr int highestTraceLevel = 7;
@@ -100,8 +99,7 @@ ExitCode runOnBoard( const Options &options, const Board &board, Command &comman
     if ( !socket.empty() ) {
         ::setenv( socketVariable, socket.c_str(), 1 );
     }
-    const char *variable = ::getenv( socketVariable );
-    const std::string effectiveSocket = variable && *variable ? variable : defaultSocket;
+    const std::string effectiveSocket = socketPath();
 
     bool callbackThrew = false;
     SystemClock systemClock;

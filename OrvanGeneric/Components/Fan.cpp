@@ -1,7 +1,6 @@
 #include "OrvanGeneric/Components/Fan.h"
 
-#include "OrvanGeneric/Components/HardwareDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/Components/AddDevice.h"
 #include "OrvanGeneric/HostServices.h"
 
 namespace Component::LogicalDevice {
@@ -18,32 +17,22 @@ pl_status Fan::debugInfo( char ** ) const {
 
 pl_status Fan::debugInfoCallback( pl_fan *fan, char **text ) {
     TRACE( 4, "%s(%p)", "debugInfoCallback", static_cast<void *>( fan ) );
-    return static_cast<Fan *>( fan->priv )->debugInfo( text );
+    return objectOf<Fan>( fan )->debugInfo( text );
 }
 
 pl_status Fan::getRpmCallback( pl_fan *fan, int *rpm ) {
     TRACE( 4, "%s(%p)", "getRpmCallback", static_cast<void *>( fan ) );
-    return static_cast<Fan *>( fan->priv )->getRpm( rpm );
+    return objectOf<Fan>( fan )->getRpm( rpm );
 }
 
 pl_status Fan::setRpmCallback( pl_fan *fan, int rpm ) {
     TRACE( 4, "%s(%p, %d)", "setRpmCallback", static_cast<void *>( fan ), rpm );
-    return static_cast<Fan *>( fan->priv )->setRpm( rpm );
+    return objectOf<Fan>( fan )->setRpm( rpm );
 }
 
 } // namespace Component::LogicalDevice
 
 extern "C" pl_fan *pl_fan_add( const char *description ) {
-    Drivers::DriverArgs args;
-    Component::DeviceBase *device = Component::DeviceBase::create( description, args );
-    if ( !device ) {
-        TRACE( 0, "DeviceBase::create() failed" );
-        return nullptr;
-    }
-    Component::LogicalDevice::Fan *fan = device->newFan( args );
-    if ( !fan ) {
-        TRACE( 0, "newFan() failed" );
-        return nullptr;
-    }
-    return fan->record();
+    using namespace Component;
+    return recordOf( addDevice( description, "newFan", &DeviceBase::newFan ) );
 }

@@ -3,11 +3,11 @@
 #include <cassert>
 #include <string>
 
-#include "OrvanGeneric/Components/HardwareDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/Components/AddDevice.h"
 #include "OrvanGeneric/Ham/Ham.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/NotImplementedException.h"
+#include "OrvanGeneric/Status.h"
 
 namespace Component::LogicalDevice {
 
@@ -20,17 +20,17 @@ const pl_gpio_ops Gpio::ops_ = { sizeof( pl_gpio_ops ), bitSetCallback, bitClear
 
 pl_status Gpio::bitSetCallback( pl_gpio *gpio ) {
     TRACE( 4, "%s", "bitSetCallback" );
-    return static_cast<Gpio *>( gpio->priv )->bitSet();
+    return objectOf<Gpio>( gpio )->bitSet();
 }
 
 pl_status Gpio::bitClearCallback( pl_gpio *gpio ) {
     TRACE( 4, "%s", "bitClearCallback" );
-    return static_cast<Gpio *>( gpio->priv )->bitClear();
+    return objectOf<Gpio>( gpio )->bitClear();
 }
 
 pl_status Gpio::bitReadCallback( pl_gpio *gpio, unsigned int *value ) {
     TRACE( 4, "%s", "bitReadCallback" );
-    return static_cast<Gpio *>( gpio->priv )->bitRead( value );
+    return objectOf<Gpio>( gpio )->bitRead( value );
 }
 
 RegGpio::RegGpio( const Drivers::DriverArgs &args, HardwareDevice *device )
@@ -45,12 +45,12 @@ pl_status RegGpio::write( bool value ) {
     if ( !writeOnly ) {
         const int status = ham->read8( register_, &byte );
         if ( status ) {
-            return static_cast<pl_status>( status );
+            return Utils::hostStatus( status );
         }
     }
     const auto mask = static_cast<uint8_t>( 1u << bitpos_ );
     byte = static_cast<uint8_t>( value ? byte | mask : byte & ~mask );
-    return static_cast<pl_status>( ham->write8( register_, byte, false ) );
+    return Utils::hostStatus( ham->write8( register_, byte, false ) );
 }
 
 pl_status RegGpio::bitSet() {
@@ -67,22 +67,26 @@ pl_status RegGpio::bitRead( unsigned int *value ) {
     if ( status == 0 ) {
         *value = ( byte >> bitpos_ ) & 1u;
     }
-    return static_cast<pl_status>( status );
+    return Utils::hostStatus( status );
 }
 
 } // namespace Component::LogicalDevice
 
-extern "C" pl_gpio *pl_gpio_add( const char *description ) {
-    Drivers::DriverArgs args;
-    Component::DeviceBase *device = Component::DeviceBase::create( description, args );
-    if ( !device ) {
-        return nullptr;
-    }
-    auto *hardware = dynamic_cast<Component::HardwareDevice *>( device );
-    // A device composed of others has registers only in its parts.
+namespace {
+
+/** A GPIO of a driver instance. A device composed of others has registers only in its parts. */
+Component::LogicalDevice::Gpio *newGpio( Component::DeviceBase &device,
+                                         const Drivers::DriverArgs &args ) {
+    auto *hardware = dynamic_cast<Component::HardwareDevice *>( &device );
     if ( !hardware ) {
         throw Component::NotImplementedException( "newGpio" );
     }
-    Component::LogicalDevice::Gpio *gpio = hardware->newGpio( args );
-    return gpio ? gpio->record() : nullptr;
+    return hardware->newGpio( args );
+}
+
+} // namespace
+
+extern "C" pl_gpio *pl_gpio_add( const char *description ) {
+    using namespace Component;
+    return recordOf( addDevice( description, untraced, newGpio ) );
 }

@@ -6,7 +6,8 @@
 
 #include "OrvanGeneric/Components/Gpio.h"
 #include "OrvanGeneric/Components/MultiDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
+#include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/Ham/Ham.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/NotImplementedException.h"

@@ -1,7 +1,6 @@
 #include "OrvanGeneric/Components/Led.h"
 
-#include "OrvanGeneric/Components/HardwareDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/Components/AddDevice.h"
 #include "OrvanGeneric/HostServices.h"
 
 namespace Component::LogicalDevice {
@@ -13,7 +12,7 @@ const pl_led_ops Led::ops_ = { sizeof( pl_led_ops ), setLightSettingCallback };
 
 pl_status Led::setLightSettingCallback( pl_led *led, pl_led_status status ) {
     TRACE( 4, "%s(%p, %d)", "setLightSettingCallback", static_cast<void *>( led ), status );
-    return static_cast<Led *>( led->priv )->setLightSetting( status );
+    return objectOf<Led>( led )->setLightSetting( status );
 }
 
 // An LED that never blinks leaves the list.
@@ -24,19 +23,10 @@ bool Led::handleBlinkTimer( bool ) {
 } // namespace Component::LogicalDevice
 
 extern "C" pl_led *pl_led_add( const char *description ) {
-    Drivers::DriverArgs args;
-    Component::DeviceBase *device = Component::DeviceBase::create( description, args );
-    if ( !device ) {
-        TRACE( 0, "DeviceBase::create() failed" );
-        return nullptr;
+    using namespace Component;
+    LogicalDevice::Led *led = addDevice( description, "newLed", &DeviceBase::newLed );
+    if ( led && led->blinks() ) {
+        LogicalDevice::Led::createBlinkTimer();
     }
-    Component::LogicalDevice::Led *led = device->newLed( args );
-    if ( !led ) {
-        TRACE( 0, "newLed() failed" );
-        return nullptr;
-    }
-    if ( led->blinks() ) {
-        Component::LogicalDevice::Led::createBlinkTimer();
-    }
-    return led->record();
+    return recordOf( led );
 }

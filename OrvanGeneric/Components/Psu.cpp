@@ -1,7 +1,6 @@
 #include "OrvanGeneric/Components/Psu.h"
 
-#include "OrvanGeneric/Components/HardwareDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/Components/AddDevice.h"
 #include "OrvanGeneric/HostServices.h"
 
 namespace Component::LogicalDevice {
@@ -17,52 +16,42 @@ const pl_psu_ops Psu::ops_ = { sizeof( pl_psu_ops ),        nullptr,
 
 pl_status Psu::get_power_ok_callback( pl_psu *psu, int *ok ) {
     TRACE( 4, "get_power_ok_callback" );
-    return static_cast<Psu *>( psu->priv )->get_power_ok( ok );
+    return objectOf<Psu>( psu )->get_power_ok( ok );
 }
 
 pl_status Psu::get_input_current_callback( pl_psu *psu, float *amperes ) {
     TRACE( 4, "get_input_current_callback" );
-    return static_cast<Psu *>( psu->priv )->get_input_current( amperes );
+    return objectOf<Psu>( psu )->get_input_current( amperes );
 }
 
 pl_status Psu::get_output_current_callback( pl_psu *psu, float *amperes ) {
     TRACE( 4, "get_output_current_callback" );
-    return static_cast<Psu *>( psu->priv )->get_output_current( amperes );
+    return objectOf<Psu>( psu )->get_output_current( amperes );
 }
 
 pl_status Psu::get_input_voltage_callback( pl_psu *psu, float *volts ) {
     TRACE( 4, "get_input_voltage_callback" );
-    return static_cast<Psu *>( psu->priv )->get_input_voltage( volts );
+    return objectOf<Psu>( psu )->get_input_voltage( volts );
 }
 
 pl_status Psu::get_output_voltage_callback( pl_psu *psu, float *volts ) {
     TRACE( 4, "get_output_voltage_callback" );
-    return static_cast<Psu *>( psu->priv )->get_output_voltage( volts );
+    return objectOf<Psu>( psu )->get_output_voltage( volts );
 }
 
 pl_status Psu::get_input_power_callback( pl_psu *psu, float *watts ) {
     TRACE( 4, "get_input_power_callback" );
-    return static_cast<Psu *>( psu->priv )->get_input_power( watts );
+    return objectOf<Psu>( psu )->get_input_power( watts );
 }
 
 pl_status Psu::get_output_power_callback( pl_psu *psu, float *watts ) {
     TRACE( 4, "get_output_power_callback" );
-    return static_cast<Psu *>( psu->priv )->get_output_power( watts );
+    return objectOf<Psu>( psu )->get_output_power( watts );
 }
 
 } // namespace Component::LogicalDevice
 
 extern "C" pl_psu *pl_psu_add( const char *description ) {
-    Drivers::DriverArgs args;
-    Component::DeviceBase *device = Component::DeviceBase::create( description, args );
-    if ( !device ) {
-        TRACE( 0, "DeviceBase::create() failed" );
-        return nullptr;
-    }
-    Component::LogicalDevice::Psu *psu = device->newPsu( args );
-    if ( !psu ) {
-        TRACE( 0, "newPsu() failed" );
-        return nullptr;
-    }
-    return psu->record();
+    using namespace Component;
+    return recordOf( addDevice( description, "newPsu", &DeviceBase::newPsu ) );
 }

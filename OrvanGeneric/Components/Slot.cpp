@@ -1,7 +1,6 @@
 #include "OrvanGeneric/Components/Slot.h"
 
-#include "OrvanGeneric/Components/HardwareDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/Components/AddDevice.h"
 #include "OrvanGeneric/HostServices.h"
 
 namespace Component::LogicalDevice {
@@ -13,22 +12,12 @@ const pl_slot_ops Slot::ops_ = { sizeof( pl_slot_ops ), getPresenceCallback };
 
 pl_status Slot::getPresenceCallback( pl_slot *slot, char **fdl ) {
     TRACE( 4, "%s(%p)", "getPresenceCallback", static_cast<void *>( slot ) );
-    return static_cast<Slot *>( slot->priv )->getPresence( fdl );
+    return objectOf<Slot>( slot )->getPresence( fdl );
 }
 
 } // namespace Component::LogicalDevice
 
 extern "C" pl_slot *pl_slot_add( const char *description ) {
-    Drivers::DriverArgs args;
-    Component::DeviceBase *device = Component::DeviceBase::create( description, args );
-    if ( !device ) {
-        TRACE( 0, "DeviceBase::create() failed" );
-        return nullptr;
-    }
-    Component::LogicalDevice::Slot *slot = device->newSlot( args );
-    if ( !slot ) {
-        TRACE( 0, "newSlot() failed" );
-        return nullptr;
-    }
-    return slot->record();
+    using namespace Component;
+    return recordOf( addDevice( description, "newSlot", &DeviceBase::newSlot ) );
 }

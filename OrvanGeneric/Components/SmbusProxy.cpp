@@ -2,8 +2,7 @@
 
 #include <cstdio>
 
-#include "OrvanGeneric/Components/HardwareDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/Components/AddDevice.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "OrvanGeneric/TopologyVisitor.h"
@@ -31,126 +30,116 @@ pl_status SmbusProxy::blockProcessCall( unsigned char, const unsigned char *, un
 
 pl_status SmbusProxy::quickCommandCallback( pl_smbus *smbus, int read ) {
     TRACE( 1, "quickCommandCallback" );
-    return static_cast<SmbusProxy *>( smbus->priv )->quickCommand( read );
+    return objectOf<SmbusProxy>( smbus )->quickCommand( read );
 }
 
 pl_status SmbusProxy::receiveByteCallback( pl_smbus *smbus, unsigned char *value ) {
     TRACE( 1, "receiveByteCallback" );
-    return static_cast<SmbusProxy *>( smbus->priv )->receiveByte( value );
+    return objectOf<SmbusProxy>( smbus )->receiveByte( value );
 }
 
 pl_status SmbusProxy::sendByteCallback( pl_smbus *smbus, unsigned char value ) {
     TRACE( 1, "sendByteCallback" );
-    return static_cast<SmbusProxy *>( smbus->priv )->sendByte( value );
+    return objectOf<SmbusProxy>( smbus )->sendByte( value );
 }
 
 pl_status SmbusProxy::readByteCallback( pl_smbus *smbus, unsigned char command,
                                         unsigned char *value ) {
     TRACE( 1, "readByteCallback" );
-    return static_cast<SmbusProxy *>( smbus->priv )->readByte( command, value );
+    return objectOf<SmbusProxy>( smbus )->readByte( command, value );
 }
 
 pl_status SmbusProxy::writeByteCallback( pl_smbus *smbus, unsigned char command,
                                          unsigned char value ) {
     TRACE( 1, "writeByteCallback" );
-    return static_cast<SmbusProxy *>( smbus->priv )->writeByte( command, value );
+    return objectOf<SmbusProxy>( smbus )->writeByte( command, value );
 }
 
 pl_status SmbusProxy::readWordCallback( pl_smbus *smbus, unsigned char command,
                                         unsigned short *value ) {
     TRACE( 1, "readWordCallback" );
-    return static_cast<SmbusProxy *>( smbus->priv )->readWord( command, value );
+    return objectOf<SmbusProxy>( smbus )->readWord( command, value );
 }
 
 pl_status SmbusProxy::writeWordCallback( pl_smbus *smbus, unsigned char command,
                                          unsigned short value ) {
     TRACE( 1, "writeWordCallback" );
-    return static_cast<SmbusProxy *>( smbus->priv )->writeWord( command, value );
+    return objectOf<SmbusProxy>( smbus )->writeWord( command, value );
 }
 
 pl_status SmbusProxy::blockReadCallback( pl_smbus *smbus, unsigned char command,
                                          unsigned char *data, unsigned int *length ) {
     TRACE( 1, "blockReadCallback" );
-    return static_cast<SmbusProxy *>( smbus->priv )->blockRead( command, data, length );
+    return objectOf<SmbusProxy>( smbus )->blockRead( command, data, length );
 }
 
 pl_status SmbusProxy::blockWriteCallback( pl_smbus *smbus, unsigned char command,
                                           const unsigned char *data, unsigned int length ) {
     TRACE( 1, "blockWriteCallback" );
-    return static_cast<SmbusProxy *>( smbus->priv )->blockWrite( command, data, length );
+    return objectOf<SmbusProxy>( smbus )->blockWrite( command, data, length );
 }
 
 pl_status SmbusProxy::i2cBlockReadCallback( pl_smbus *smbus, unsigned char command,
                                             unsigned char *data, unsigned int length ) {
     TRACE( 1, "i2cBlockReadCallback" );
-    return static_cast<SmbusProxy *>( smbus->priv )->i2cBlockRead( command, data, length );
+    return objectOf<SmbusProxy>( smbus )->i2cBlockRead( command, data, length );
 }
 
 pl_status SmbusProxy::i2cBlockWriteCallback( pl_smbus *smbus, unsigned char command,
                                              const unsigned char *data, unsigned int length ) {
     TRACE( 1, "i2cBlockWriteCallback" );
-    return static_cast<SmbusProxy *>( smbus->priv )->i2cBlockWrite( command, data, length );
+    return objectOf<SmbusProxy>( smbus )->i2cBlockWrite( command, data, length );
 }
 
 pl_status SmbusProxy::processCallCallback( pl_smbus *smbus, unsigned char command,
                                            unsigned short value, unsigned short *reply ) {
     TRACE( 1, "processCallCallback" );
-    return static_cast<SmbusProxy *>( smbus->priv )->processCall( command, value, reply );
+    return objectOf<SmbusProxy>( smbus )->processCall( command, value, reply );
 }
 
 pl_status SmbusProxy::blockProcessCallCallback( pl_smbus *smbus, unsigned char command,
                                                 const unsigned char *data, unsigned char length,
                                                 unsigned char *reply, unsigned char *replyLength ) {
     TRACE( 1, "blockProcessCallCallback" );
-    return static_cast<SmbusProxy *>( smbus->priv )
-        ->blockProcessCall( command, data, length, reply, replyLength );
+    return objectOf<SmbusProxy>( smbus )->blockProcessCall( command, data, length, reply,
+                                                            replyLength );
 }
 
 } // namespace Component::LogicalDevice
 
 namespace {
 
-/** The driver instance for a device of the topology that is labelled "<label><0xaddress>". */
-Component::DeviceBase *createForLabel( const std::string &label, unsigned char address,
-                                       Drivers::DriverArgs &args ) {
+/**
+ * Gives the arguments of the topology's device that is labelled "<label><0xaddress>", and makes it a
+ * raw endpoint.
+ * @return false, after a trace, when there is no such device with arguments
+ */
+bool findByLabel( const std::string &label, unsigned char address, Drivers::DriverArgs &args ) {
     char suffix[ sizeof( "<0xff>" ) ];
     std::snprintf( suffix, sizeof( suffix ), "<0x%02x>", address );
     const Topology::Device *device = Topology::getDeviceByLabel( ( label + suffix ).c_str() );
     if ( !device || !device->args ) {
         TRACE( 0, "smbus_add failed: device does not exist in topology" );
-        return nullptr;
+        return false;
     }
     // The topology keeps this name: whatever the device was, from now on it is a raw endpoint.
     device->args->driver = "SmbusProxyDriver";
     args = *device->args;
-    Component::DeviceBase *proxy = Component::HardwareDevice::create( args, nullptr );
-    if ( !proxy ) {
-        TRACE( 0, "DeviceBase::create() failed" );
-    }
-    return proxy;
+    return true;
 }
 
 } // namespace
 
 extern "C" pl_smbus *pl_smbus_add( const char *device, unsigned char address ) {
+    using namespace Component;
     TRACE( 7, "pl_smbus_add( '%s', %u )", device, address );
-    Drivers::DriverArgs args;
-    Component::DeviceBase *driver;
     if ( Topology::isDeviceObject( device ) ) {
-        driver = Component::DeviceBase::create( device, args );
-        if ( !driver ) {
-            TRACE( 0, "DeviceBase::create() failed" );
-        }
-    } else {
-        driver = createForLabel( device, address, args );
+        return recordOf( addDevice( device, "newSmbusProxy", &DeviceBase::newSmbusProxy ) );
     }
-    if ( !driver ) {
+    DriverArgs args;
+    if ( !findByLabel( device, address, args ) ) {
         return nullptr;
     }
-    Component::LogicalDevice::SmbusProxy *proxy = driver->newSmbusProxy( args );
-    if ( !proxy ) {
-        TRACE( 0, "newSmbusProxy() failed" );
-        return nullptr;
-    }
-    return proxy->record();
+    DeviceBase *driver = orTrace( HardwareDevice::create( args, nullptr ), "DeviceBase::create" );
+    return driver ? recordOf( orTrace( driver->newSmbusProxy( args ), "newSmbusProxy" ) ) : nullptr;
 }

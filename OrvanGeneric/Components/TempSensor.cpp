@@ -1,7 +1,6 @@
 #include "OrvanGeneric/Components/TempSensor.h"
 
-#include "OrvanGeneric/Components/HardwareDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/Components/AddDevice.h"
 #include "OrvanGeneric/HostServices.h"
 
 namespace Component::LogicalDevice {
@@ -25,25 +24,21 @@ pl_status TempSensor::criticalThresholdIs( float celsius ) {
 
 pl_status TempSensor::getTemperatureCallback( pl_temp_sensor *sensor, float *celsius ) {
     TRACE( 4, "%s(%p)", "getTemperatureCallback", static_cast<void *>( sensor ) );
-    return static_cast<TempSensor *>( sensor->priv )->getTemperature( celsius );
+    return objectOf<TempSensor>( sensor )->getTemperature( celsius );
 }
 
 } // namespace Component::LogicalDevice
 
 extern "C" pl_temp_sensor *pl_temp_sensor_add( const char *description, float alert,
                                                float critical ) {
-    Drivers::DriverArgs args;
-    Component::DeviceBase *device = Component::DeviceBase::create( description, args );
-    if ( !device ) {
-        return nullptr;
+    using namespace Component;
+    LogicalDevice::TempSensor *sensor =
+        addDevice( description, untraced, &DeviceBase::newTempSensor );
+    if ( sensor ) {
+        TRACE( 0, "setting alert threshold" );
+        sensor->alertThresholdIs( alert );
+        TRACE( 0, "setting critical threshold" );
+        sensor->criticalThresholdIs( critical );
     }
-    Component::LogicalDevice::TempSensor *sensor = device->newTempSensor( args );
-    if ( !sensor ) {
-        return nullptr;
-    }
-    TRACE( 0, "setting alert threshold" );
-    sensor->alertThresholdIs( alert );
-    TRACE( 0, "setting critical threshold" );
-    sensor->criticalThresholdIs( critical );
-    return sensor->record();
+    return recordOf( sensor );
 }

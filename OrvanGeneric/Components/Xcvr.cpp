@@ -3,8 +3,7 @@
 #include <cassert>
 #include <string>
 
-#include "OrvanGeneric/Components/HardwareDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/Components/AddDevice.h"
 #include "OrvanGeneric/HostServices.h"
 
 namespace Component::LogicalDevice {
@@ -28,15 +27,6 @@ const pl_xcvr_ops QsfpXcvr::ops_ = {
                      setModSelCallback, getLpModeCallback, setLpModeCallback, getResetCallback,
                      setResetCallback, getInterruptCallback } },
 };
-
-namespace {
-
-template <class Xcvr>
-Xcvr *objectOf( pl_xcvr *xcvr ) {
-    return static_cast<Xcvr *>( xcvr->priv );
-}
-
-} // namespace
 
 int SfpXcvr::getPresenceCallback( pl_xcvr *xcvr ) {
     TRACE( 4, "%s(%u)", "getPresenceCallback", xcvr->id );
@@ -105,40 +95,34 @@ pl_status QsfpXcvr::getInterruptCallback( pl_xcvr *xcvr, int *pending ) {
 
 } // namespace Component::LogicalDevice
 
+namespace {
+
+/** A required argument of a transceiver; traces and aborts when @p args lack it. */
+const std::string &argument( const Drivers::DriverArgs &args, const char *name ) {
+    const std::string *value = Drivers::optionalArg( args, name );
+    if ( !value ) {
+        TRACE( 0, "No %s argument given for Xcvr", name );
+        assert( false );
+    }
+    return *value;
+}
+
+} // namespace
+
 extern "C" pl_xcvr *pl_xcvr_add( const char *description ) {
-    Drivers::DriverArgs args;
-    Component::DeviceBase *device = Component::DeviceBase::create( description, args );
+    using namespace Component;
+    DriverArgs args;
+    DeviceBase *device = orTrace( DeviceBase::create( description, args ), "DeviceBase::create" );
     if ( !device ) {
-        TRACE( 0, "DeviceBase::create() failed" );
         return nullptr;
     }
-    const auto id = args.driverArgs.find( "id" );
-    if ( id == args.driverArgs.end() ) {
-        TRACE( 0, "No id argument given for Xcvr" );
-        assert( false );
-    }
-    const auto port = static_cast<unsigned int>( std::stoi( id->second ) );
-    const auto typeArg = args.driverArgs.find( "type" );
-    if ( typeArg == args.driverArgs.end() ) {
-        TRACE( 0, "No type argument given for Xcvr" );
-        assert( false );
-    }
-    const std::string &type = typeArg->second;
+    const auto port = static_cast<unsigned int>( std::stoi( argument( args, "id" ) ) );
+    const std::string &type = argument( args, "type" );
     if ( type == "qsfp" || type == "qsfp+" ) {
-        Component::LogicalDevice::QsfpXcvr *xcvr = device->newQsfpXcvr( port, args );
-        if ( !xcvr ) {
-            TRACE( 0, "newQsfpXcvr() failed" );
-            return nullptr;
-        }
-        return xcvr->record();
+        return recordOf( orTrace( device->newQsfpXcvr( port, args ), "newQsfpXcvr" ) );
     }
     if ( type == "sfp" || type == "sfp+" ) {
-        Component::LogicalDevice::SfpXcvr *xcvr = device->newSfpXcvr( port, args );
-        if ( !xcvr ) {
-            TRACE( 0, "newSfpXcvr() failed" );
-            return nullptr;
-        }
-        return xcvr->record();
+        return recordOf( orTrace( device->newSfpXcvr( port, args ), "newSfpXcvr" ) );
     }
     TRACE( 0, "Xcvr type %s not supported", type.c_str() );
     assert( false );

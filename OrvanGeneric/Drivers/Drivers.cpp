@@ -10,49 +10,10 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
-#include "OrvanGeneric/Drivers/Dummy.h"
-#include "OrvanGeneric/Drivers/GenericPCA9555.h"
-#include "OrvanGeneric/Drivers/GenericSmbusMux.h"
-#include "OrvanGeneric/Drivers/Ipmi.h"
-#include "OrvanGeneric/Drivers/Mirelund/EmersonPmbus.h"
-#include "OrvanGeneric/Drivers/Mirelund/MireLedCPLD.h"
-#include "OrvanGeneric/Drivers/Mirelund/MirePsuPCA9555.h"
-#include "OrvanGeneric/Drivers/Mirelund/MireSPCA9555.h"
-#include "OrvanGeneric/Drivers/Mirelund/MirelundCPLD.h"
-#include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9555.h"
-#include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9698.h"
-#include "OrvanGeneric/Drivers/Mirelund/MirelundPsoc.h"
-#include "OrvanGeneric/Drivers/MultiSlot.h"
-#include "OrvanGeneric/Drivers/Pmbus.h"
-#include "OrvanGeneric/Drivers/PsuSlot.h"
-#include "OrvanGeneric/Drivers/SmbusProxyDriver.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/Topology.h"
 
 namespace Drivers {
-
-std::map<std::string, DriverFactory> drivers = {
-    { "Dummy", Dummy::create },
-    { "GpioDriver", Dummy::create },
-    { "SmbusProxyDriver", SmbusProxyDriver::create },
-    { "GenericSmbusMux", GenericSmbusMux::create },
-    { "PCA9548", GenericSmbusMux::create },
-    { "Pmbus", Pmbus::create },
-    { "PsuSlot", PsuSlot::create },
-    { "MireQCPLD", MirelundQCPLD::create },
-    { "MultiSlot", MultiSlot::create },
-    { "GenericPCA9555", GenericPCA9555::create },
-    { "MirelundPCA9555", MirelundPCA9555::create },
-    { "MirelundPsoc", MirelundPsoc::create },
-    { "MirePsuPCA9555", MirePsuPCA9555::create },
-    { "EmersonPmbus", EmersonPmbus::create },
-    { "MirelundSFP", MirelundSFP::create },
-    { "MireSPCA9555", MireSQSFP::create },
-    { "MireCLedCPLD", MireCLedCPLD::create },
-    { "MireYQSFP", MireYQSFP::create },
-    { "MireYCPLD", MirelundYCPLD::create },
-    { "Ipmi", Ipmi::create },
-};
 
 namespace {
 
@@ -159,10 +120,20 @@ bool insertDriverArg( const char *text, char **out, const char *name, const char
     return true;
 }
 
+const std::string *optionalArg( const DriverArgs &args, const char *name ) {
+    const auto it = args.driverArgs.find( name );
+    return it == args.driverArgs.end() ? nullptr : &it->second;
+}
+
 const std::string &requiredArg( const DriverArgs &args, const char *name ) {
     const auto it = args.driverArgs.find( name );
     assert( it != args.driverArgs.end() );
     return it->second;
+}
+
+std::string textArg( const DriverArgs &args, const char *name, const char *defaultValue ) {
+    const std::string *text = optionalArg( args, name );
+    return text ? *text : defaultValue;
 }
 
 int requiredIntArg( const DriverArgs &args, const char *name ) {
@@ -170,13 +141,13 @@ int requiredIntArg( const DriverArgs &args, const char *name ) {
 }
 
 int intArg( const DriverArgs &args, const char *name, int defaultValue ) {
-    const auto it = args.driverArgs.find( name );
-    return it == args.driverArgs.end() ? defaultValue : std::stoi( it->second );
+    const std::string *text = optionalArg( args, name );
+    return text ? std::stoi( *text ) : defaultValue;
 }
 
 bool flagArg( const DriverArgs &args, const char *name, bool defaultValue ) {
-    const auto it = args.driverArgs.find( name );
-    return it == args.driverArgs.end() ? defaultValue : it->second == "true";
+    const std::string *text = optionalArg( args, name );
+    return text ? *text == "true" : defaultValue;
 }
 
 } // namespace Drivers

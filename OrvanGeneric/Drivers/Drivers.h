@@ -1,55 +1,12 @@
+/**
+ * @file
+ * Changing device descriptions; DriverArgs.h has their reading, which is done here as well.
+ */
 #pragma once
 
-#include <cstdint>
-#include <functional>
-#include <map>
-#include <memory>
-#include <string>
-
-#include <rapidjson/fwd.h>
-
-#include "OrvanGeneric/HamAddress.h"
-
-namespace Component {
-class DeviceBase;
-}
-namespace Ham {
-class Ham;
-}
+#include "OrvanGeneric/DriverArgs.h"
 
 namespace Drivers {
-
-using Topology::HamAddress;
-
-/** The `uid` of arguments that name no component. */
-constexpr uint32_t noComponent = 0xFFFFFFFF;
-
-/**
- * A parsed device description: which driver, which device, where it sits, and the driver's own
- * arguments as text.
- *
- * A description that lacks "did", "driver" or "address", or gives a member the wrong type, is a
- * programming error of whoever made it and aborts.
- */
-struct DriverArgs {
-    std::string driver;         ///< key of the driver registry
-    uint32_t uid = noComponent; ///< component of the device, or noComponent
-    uint32_t did = 0;           ///< identity of the device; equal ones share a driver instance
-    HamAddress address{};       ///< where the device answers
-    /** The driver's own arguments; a member that is no number, text or flag is the empty text. */
-    std::map<std::string, std::string> driverArgs;
-    const char *jsonText = nullptr; ///< the text parsed from, not owned; null for parsed values
-    bool isMultiDevice = false;     ///< composed of the devices in multiDeviceArgs
-    std::map<std::string, std::string> multiDeviceArgs; ///< description text of each role
-    bool provideHam = true;                             ///< whether the driver is given a Ham
-
-    /** Reads a description. @return false when the text is not JSON; nothing is changed then. */
-    bool parseJSON( const char *text );
-    /** Reads a description that is already parsed. */
-    void parseJSON( const rapidjson::Value &json );
-    /** New arguments read from a parsed description. */
-    static std::shared_ptr<DriverArgs> fromJSON( const rapidjson::Value &json );
-};
 
 /**
  * Adds one argument to a description's "driverArgs" (which must exist). An argument of that name
@@ -62,21 +19,5 @@ struct DriverArgs {
  *         alone then
  */
 bool insertDriverArg( const char *text, char **out, const char *name, const char *value );
-
-/*
- * Reading driver arguments. Numbers are decimal; what is not one throws as std::stoi does. A
- * missing required argument aborts on "it != args.driverArgs.end()".
- */
-const std::string &requiredArg( const DriverArgs &args, const char *name );
-int requiredIntArg( const DriverArgs &args, const char *name );
-int intArg( const DriverArgs &args, const char *name, int defaultValue );
-/** True only for the exact text "true". */
-bool flagArg( const DriverArgs &args, const char *name, bool defaultValue );
-
-/** Makes a driver instance on a Ham, which may be null; null on failure. */
-using DriverFactory = std::function<Component::DeviceBase *( const DriverArgs &, Ham::Ham * )>;
-
-/** Every driver, by the key that a description's "driver" gives; filled at load, then only read. */
-extern std::map<std::string, DriverFactory> drivers;
 
 } // namespace Drivers

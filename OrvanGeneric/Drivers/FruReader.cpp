@@ -6,6 +6,7 @@
 #include "OrvanGeneric/Drivers/Helpers.h"
 #include "OrvanGeneric/Ham/Ham.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/Status.h"
 
 namespace Drivers {
 
@@ -72,7 +73,7 @@ pl_status FruReader::readProductOffset( unsigned &offset ) {
     const int status = ham_->execute();
     if ( status ) {
         TRACE( 0, "PsuSlot%hhu: Error reading common header", psuIndex_ );
-        return static_cast<pl_status>( status );
+        return Utils::hostStatus( status );
     }
     std::string header;
     for ( const Ham::ResponseId id : ids ) {
@@ -97,7 +98,7 @@ pl_status FruReader::readTypeLength( unsigned offset, Field &field ) {
     const int status = ham_->read8( offset, &value );
     if ( status ) {
         TRACE( 0, "Error reading type/length byte" );
-        return static_cast<pl_status>( status );
+        return Utils::hostStatus( status );
     }
     const int type = value >> typeShift;
     TRACE( 0, "Type code %d (val 0x%02x) at offset %d", type, value, static_cast<int>( offset ) );
@@ -119,7 +120,7 @@ pl_status FruReader::readText( const Field &field, std::string &text ) {
         return PL_STATUS_OK;
     }
     TRACE( 0, "Error reading product info field" );
-    return status ? static_cast<pl_status>( status ) : PL_STATUS_NOT_PRESENT;
+    return status ? Utils::hostStatus( status ) : PL_STATUS_NOT_PRESENT;
 }
 
 } // namespace Drivers

@@ -2,9 +2,10 @@
 
 #include <cassert>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Ham/Ham.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/Status.h"
 
 namespace Drivers {
 
@@ -42,7 +43,7 @@ pl_status GPIOExpander::getInBank( uint8_t n, uint8_t *value ) {
         const int status = ham()->read8( static_cast<uint8_t>( inputBankBase_ + n ), &byte );
         if ( status ) {
             TRACE( 0, "Error: status %d while reading input bank %d", status, n );
-            return static_cast<pl_status>( status );
+            return Utils::hostStatus( status );
         }
         inputCache_[ n ] = byte;
         lastRead_[ n ] = now;
@@ -59,7 +60,7 @@ pl_status GPIOExpander::getOutBank( uint8_t n, uint8_t *value ) {
         const int status = ham()->read8( outputBankAddr( n ), &byte );
         if ( status ) {
             TRACE( 0, "Error: status %d while reading output bank %d", status, n );
-            return static_cast<pl_status>( status );
+            return Utils::hostStatus( status );
         }
         outputCache_[ n ] = byte;
     }
@@ -122,7 +123,7 @@ pl_status GPIOExpander::save() {
     if ( status ) {
         TRACE( 0, "Error: status %d writing to GPIOExpander", status );
     }
-    return static_cast<pl_status>( status );
+    return Utils::hostStatus( status );
 }
 
 pl_status GPIOExpander::writeConfig( const uint8_t *config ) {
@@ -130,7 +131,7 @@ pl_status GPIOExpander::writeConfig( const uint8_t *config ) {
     for ( int n = 0; n < numBanks_; ++n ) {
         ham()->addWrite8( configBankAddr( static_cast<uint8_t>( n ) ), config[ n ], false );
     }
-    return static_cast<pl_status>( ham()->execute() );
+    return Utils::hostStatus( ham()->execute() );
 }
 
 } // namespace Drivers

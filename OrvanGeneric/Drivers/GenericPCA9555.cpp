@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cassert>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Drivers/Pca9555Registers.h"
 #include "OrvanGeneric/HostServices.h"
 

@@ -1,7 +1,8 @@
 #include "OrvanGeneric/Drivers/GenericSmbusMux.h"
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Ham/Ham.h"
+#include "OrvanGeneric/Status.h"
 
 namespace Drivers {
 
@@ -33,7 +34,7 @@ pl_status GenericSmbusMux::Mux::executeMuxRequest() {
     Ham::Ham *ham = driver_->ham();
     ham->prepare();
     selectRequest( ham );
-    return static_cast<pl_status>( ham->execute() );
+    return Utils::hostStatus( ham->execute() );
 }
 
 } // namespace Drivers

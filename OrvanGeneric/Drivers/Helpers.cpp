@@ -1,14 +1,10 @@
 #include "OrvanGeneric/Drivers/Helpers.h"
 
 #include <cassert>
-#include <cerrno>
-#include <cstdio>
-#include <exception>
-#include <sys/wait.h>
 
 #include "OrvanGeneric/Components/Gpio.h"
 #include "OrvanGeneric/Components/HardwareDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/TopologyVisitor.h"
 
@@ -16,26 +12,7 @@ namespace Drivers {
 
 namespace {
 
-/** What timeout(1) exits with when the time limit struck. */
-constexpr int timeLimitStruck = 124;
-
-constexpr size_t readSize = 128;
-
 constexpr const char *blanks = " \t";
-
-/** Appends everything that @p stream brings. */
-void readAll( FILE *stream, std::string &output ) {
-    char buffer[ readSize ];
-    for ( ;; ) {
-        if ( fgets( buffer, sizeof( buffer ), stream ) ) {
-            output += buffer;
-        } else if ( ferror( stream ) && errno == EINTR ) {
-            clearerr( stream );
-        } else {
-            return;
-        }
-    }
-}
 
 } // namespace
 
@@ -70,46 +47,6 @@ const char *FormatFdl::charPtr() {
     assert( active_ && "FormatFdl: Must call start() before charPtr()" );
     active_ = false;
     return text_.c_str();
-}
-
-pl_status runCmd( const char *cmd, std::string &output, unsigned int timeout ) {
-    output.clear();
-    const std::string line = "timeout " + std::to_string( timeout ) + "s " + ( cmd ? cmd : "" );
-    FILE *stream = popen( line.c_str(), "r" );
-    if ( !stream ) {
-        return PL_STATUS_FAILED;
-    }
-    try {
-        readAll( stream, output );
-    } catch ( const std::exception & ) {
-        pclose( stream );
-        return PL_STATUS_FAILED;
-    }
-    const int status = pclose( stream );
-    if ( status < 0 || !WIFEXITED( status ) ) {
-        return PL_STATUS_FAILED;
-    }
-    switch ( WEXITSTATUS( status ) ) {
-    case 0:
-        return PL_STATUS_OK;
-    case timeLimitStruck:
-        return PL_STATUS_TRANSPORT;
-    default:
-        return PL_STATUS_FAILED;
-    }
-}
-
-std::string shellQuote( const std::string &text ) {
-    std::string quoted = "'";
-    for ( const char c : text ) {
-        // Nothing can be escaped inside single quotes: they end, and begin again behind this one.
-        if ( c == '\'' ) {
-            quoted += "'\\''";
-        } else if ( c != '\0' ) {
-            quoted += c;
-        }
-    }
-    return quoted + "'";
 }
 
 std::string trim( const std::string &text ) {

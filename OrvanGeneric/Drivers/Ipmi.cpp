@@ -4,9 +4,11 @@
 #include <cstring>
 #include <utility>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
+#include "OrvanGeneric/Ham/HamSelection.h"
 #include "OrvanGeneric/Ham/IpmiHam.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/Status.h"
 
 namespace Drivers {
 
@@ -83,7 +85,7 @@ Component::LogicalDevice::Fan *Ipmi::newFan( const DriverArgs &args ) {
     const int fanId = requiredIntArg( args, "fanId" );
     TRACE( 0, "Creating new Ipmi Fan id %hhu", static_cast<uint8_t>( fanId ) );
     assert( fanId >= 1 && fanId <= 7 );
-    const bool ownRpm = args.driverArgs.count( "maxRpm" ) != 0;
+    const bool ownRpm = args.driverArgs.contains( "maxRpm" );
     const int maxRpm = requiredIntArg( args, ownRpm ? "maxRpm" : "maxFanRpm" );
     return new Fan( ipmiHam_, static_cast<uint8_t>( fanId ), maxRpm,
                     requiredArg( args, "ipmiKey" ) );
@@ -109,31 +111,31 @@ Ipmi::Psu::Psu( std::shared_ptr<Ham::IpmiHam> ham, uint8_t psuId, const std::str
       powerOut_( ipmiKey + "_POWER_OUT" ), ok_( ipmiKey + "_OK" ) {}
 
 pl_status Ipmi::Psu::get_power_ok( int *ok ) {
-    return static_cast<pl_status>( ham_->getSensorVal( ok_, ok ) );
+    return Utils::hostStatus( ham_->getSensorVal( ok_, ok ) );
 }
 
 pl_status Ipmi::Psu::get_input_current( float *amperes ) {
-    return static_cast<pl_status>( ham_->getSensorVal( currentIn_, amperes ) );
+    return Utils::hostStatus( ham_->getSensorVal( currentIn_, amperes ) );
 }
 
 pl_status Ipmi::Psu::get_output_current( float *amperes ) {
-    return static_cast<pl_status>( ham_->getSensorVal( currentOut_, amperes ) );
+    return Utils::hostStatus( ham_->getSensorVal( currentOut_, amperes ) );
 }
 
 pl_status Ipmi::Psu::get_input_voltage( float *volts ) {
-    return static_cast<pl_status>( ham_->getSensorVal( voltageIn_, volts ) );
+    return Utils::hostStatus( ham_->getSensorVal( voltageIn_, volts ) );
 }
 
 pl_status Ipmi::Psu::get_output_voltage( float *volts ) {
-    return static_cast<pl_status>( ham_->getSensorVal( voltageOut_, volts ) );
+    return Utils::hostStatus( ham_->getSensorVal( voltageOut_, volts ) );
 }
 
 pl_status Ipmi::Psu::get_input_power( float *watts ) {
-    return static_cast<pl_status>( ham_->getSensorVal( powerIn_, watts ) );
+    return Utils::hostStatus( ham_->getSensorVal( powerIn_, watts ) );
 }
 
 pl_status Ipmi::Psu::get_output_power( float *watts ) {
-    return static_cast<pl_status>( ham_->getSensorVal( powerOut_, watts ) );
+    return Utils::hostStatus( ham_->getSensorVal( powerOut_, watts ) );
 }
 
 Ipmi::Fan::Fan( std::shared_ptr<Ham::IpmiHam> ham, uint8_t fanId, int maxRpm,
@@ -141,7 +143,7 @@ Ipmi::Fan::Fan( std::shared_ptr<Ham::IpmiHam> ham, uint8_t fanId, int maxRpm,
     : ham_( std::move( ham ) ), fanId_( fanId ), maxRpm_( maxRpm ), ipmiKey_( ipmiKey ) {}
 
 pl_status Ipmi::Fan::getRpm( int *rpm ) {
-    return static_cast<pl_status>( ham_->getSensorVal( ipmiKey_, rpm ) );
+    return Utils::hostStatus( ham_->getSensorVal( ipmiKey_, rpm ) );
 }
 
 pl_status Ipmi::Fan::setRpm( int ) {
@@ -153,7 +155,7 @@ Ipmi::TempSensor::TempSensor( std::shared_ptr<Ham::IpmiHam> ham, const std::stri
     : ham_( std::move( ham ) ), ipmiKey_( ipmiKey ) {}
 
 pl_status Ipmi::TempSensor::getTemperature( float *celsius ) {
-    return static_cast<pl_status>( ham_->getSensorVal( ipmiKey_, celsius ) );
+    return Utils::hostStatus( ham_->getSensorVal( ipmiKey_, celsius ) );
 }
 
 Ipmi::FanSlot::FanSlot( Ipmi *ipmi, int index, const std::string &fruKey,
@@ -171,12 +173,12 @@ Ipmi::FanSlot::FanSlot( Ipmi *ipmi, int index, const std::string &fruKey,
 }
 
 pl_status Ipmi::FanSlot::getPresence( char **fdl ) {
-    assert( fruKey_ != "" );
+    assert( fruKey_ != "" ); // NOLINT(readability-container-size-empty)
     bool present;
     const int status = ipmi_->ipmiHam_->fanPresence( fruKey_, &present );
     if ( status != 0 || !present ) {
         cachedFdl_.clear();
-        return status != 0 ? static_cast<pl_status>( status ) : PL_STATUS_NOT_PRESENT;
+        return status != 0 ? Utils::hostStatus( status ) : PL_STATUS_NOT_PRESENT;
     }
     if ( !cachedFdl_.empty() ) {
         TRACE( 5, "Using cached fdl for fan %d", index_ );

@@ -6,11 +6,12 @@
 #include <string>
 
 #include "OrvanGeneric/Components/Gpio.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Drivers/Helpers.h"
 #include "OrvanGeneric/Drivers/PmbusFormats.h"
 #include "OrvanGeneric/Ham/Ham.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/Status.h"
 
 namespace Drivers {
 
@@ -105,7 +106,7 @@ Component::LogicalDevice::TempSensor *Pmbus::newTempSensor( const DriverArgs &ar
 }
 
 pl_status Pmbus::pmbus_read_linear( uint8_t reg, float *value ) {
-    return static_cast<pl_status>( readLinear11( ham(), reg, value ) );
+    return Utils::hostStatus( readLinear11( ham(), reg, value ) );
 }
 
 pl_status Pmbus::get_output_voltage( float *volts ) {
@@ -114,7 +115,7 @@ pl_status Pmbus::get_output_voltage( float *volts ) {
     const Ham::ResponseId rawId = ham()->addRead16( READ_VOUT );
     const int status = ham()->execute();
     if ( status ) {
-        return static_cast<pl_status>( status );
+        return Utils::hostStatus( status );
     }
     const uint8_t mode = ham()->get8( modeId );
     const uint16_t raw = ham()->get16( rawId );
@@ -139,7 +140,7 @@ pl_status Pmbus::clearFaults() {
     ham()->prepare();
     ham()->addWrite8( WRITE_PROTECT, allowAllWrites, false );
     ham()->addSendByte( CLEAR_FAULTS, false );
-    return static_cast<pl_status>( ham()->execute() );
+    return Utils::hostStatus( ham()->execute() );
 }
 
 pl_status Pmbus::get_power_ok( int *ok ) {
@@ -161,7 +162,7 @@ pl_status Pmbus::get_power_ok( int *ok ) {
     uint16_t statusWord;
     const int status = ham()->read16( STATUS_WORD, &statusWord );
     if ( status ) {
-        return static_cast<pl_status>( status );
+        return Utils::hostStatus( status );
     }
     const int powerBad = statusWord >> powerGoodNegatedBit & 1;
     const int off = statusWord >> offBit & 1;
@@ -177,7 +178,7 @@ pl_status Pmbus::getFanRpm( Fan *fan, int *rpm ) {
     uint8_t faults;
     const int status = ham()->read8( STATUS_FANS_1_2, &faults );
     if ( status ) {
-        return static_cast<pl_status>( status );
+        return Utils::hostStatus( status );
     }
     if ( faults & fan->registers_.faultMask ) {
         return PL_STATUS_FAULT;
@@ -208,7 +209,7 @@ pl_status Pmbus::setFanRpm( Fan *fan, int rpm ) {
     if ( status ) {
         TRACE( 0, "Failed to set fan%d duty cycle to %d", fan->index_, clamped );
     }
-    return static_cast<pl_status>( status );
+    return Utils::hostStatus( status );
 }
 
 pl_status Pmbus::Psu::get_power_ok( int *ok ) {

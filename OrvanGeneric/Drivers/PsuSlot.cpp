@@ -6,9 +6,10 @@
 #include <stdexcept>
 
 #include "OrvanGeneric/Components/Gpio.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Drivers/PmbusFormats.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/Shell.h"
 
 namespace Drivers {
 
@@ -139,7 +140,7 @@ void PsuSlot::Slot::configureIdentification() {
         const auto it = slotArgs_.find( key );
         return it == slotArgs_.end() ? std::string() : it->second;
     };
-    const auto has = [ this ]( const char *key ) { return slotArgs_.count( key ) != 0; };
+    const auto has = [ this ]( const char *key ) { return slotArgs_.contains( key ); };
 
     const std::string name = text( "identificationType" );
     TRACE( 0, "PsuSlot identification type: %s", name.c_str() );

@@ -8,6 +8,8 @@
 #include "OrvanGeneric/Drivers/TlvReader.h"
 #include "OrvanGeneric/Ham/Ham.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/Shell.h"
+#include "OrvanGeneric/Status.h"
 
 namespace Drivers {
 
@@ -59,7 +61,7 @@ pl_status PsuSlot::Slot::readSerialAndModelPmbus( std::string &serial, std::stri
     const Ham::ResponseId serialLength = ham->addRead8( MFR_SERIAL );
     int status = ham->execute();
     if ( status ) {
-        return static_cast<pl_status>( status );
+        return Utils::hostStatus( status );
     }
     const uint8_t modelSize = size( modelLength );
     const uint8_t serialSize = size( serialLength );
@@ -68,7 +70,7 @@ pl_status PsuSlot::Slot::readSerialAndModelPmbus( std::string &serial, std::stri
     const Ham::ResponseId serialId = ham->addRead( MFR_SERIAL, serialSize, false );
     status = ham->execute();
     if ( status ) {
-        return static_cast<pl_status>( status );
+        return Utils::hostStatus( status );
     }
     model = blockText( ham->getBlock( modelId, modelSize ) );
     serial = blockText( ham->getBlock( serialId, serialSize ) );

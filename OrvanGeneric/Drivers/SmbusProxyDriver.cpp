@@ -4,9 +4,10 @@
 #include <cassert>
 #include <string>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Ham/Ham.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/Status.h"
 #include "OrvanGeneric/Utils.h"
 
 namespace Drivers {
@@ -22,7 +23,7 @@ pl_status pauseAfter( int status, int microseconds ) {
     if ( microseconds ) {
         Utils::os.usleep( microseconds );
     }
-    return static_cast<pl_status>( status );
+    return Utils::hostStatus( status );
 }
 
 } // namespace

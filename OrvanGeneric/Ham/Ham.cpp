@@ -2,20 +2,11 @@
 
 #include <cassert>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
-#include "OrvanGeneric/Ham/Hams.h"
-#include "OrvanGeneric/Ham/OrvanSmbusHam.h"
-#include "OrvanGeneric/Ham/SearchVisitor.h"
-#include "OrvanGeneric/Ham/SimHam.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/NotImplementedException.h"
+#include "OrvanGeneric/Topology.h"
 
 namespace Ham {
-
-std::map<std::string, HamFactory> hams = {
-    { "OrvanSmbus", OrvanSmbusHam::create },
-    { "SimHam", SimHam::create },
-};
 
 using Component::NotImplementedException;
 
@@ -190,43 +181,10 @@ void Ham::retryCountIs( unsigned n ) {
     retrySet = true;
 }
 
-Ham *Ham::create( const std::string &name, const Topology::Topology &topology,
-                  const Drivers::DriverArgs &args ) {
-    TRACE( 3, "looking up for %s in %p with %p", name.c_str(),
-           static_cast<const void *>( &topology ), static_cast<const void *>( &args ) );
-    const auto it = hams.find( name );
-    if ( it == hams.end() ) {
-        TRACE( 0, "Couldn't find HAM %s", name.c_str() );
-        return nullptr;
-    }
-    TRACE( 3, "calling %s factory function", name.c_str() );
-    Ham *ham = it->second( topology, args );
-    if ( !ham ) {
-        TRACE( 0, "Factory function returned, couldn't create HAM %s", name.c_str() );
-        return nullptr;
-    }
-    TRACE( 3, "ham initialisation" );
-    ham->init();
-    return ham;
-}
-
 Ham *createHam( const Drivers::DriverArgs &args ) {
     const Topology::Topology *topology = Topology::_topology;
     assert( topology );
-    TRACE( 0, "looking for component %u of device %u in topology", args.uid, args.did );
-    SearchVisitor search( args.uid, args.did );
-    topology->accept( &search );
-    if ( !search.found ) {
-        TRACE( 0, "could not find component uid %d in topology", static_cast<int>( args.uid ) );
-        return nullptr;
-    }
-    const std::string name = Utils::inSimulation() ? "SimHam" : search.hamName;
-    TRACE( 0, "creating %s HAM using topology information", name.c_str() );
-    Ham *ham = Ham::create( name, *topology, args );
-    if ( !ham ) {
-        TRACE( 0, "failed to create HAM" );
-    }
-    return ham;
+    return createHam( *topology, args );
 }
 
 } // namespace Ham

@@ -100,11 +100,15 @@ class Ham {
 };
 
 /**
- * Makes the Ham of a device: of the kind that the device's medium in the topology names, or
- * "SimHam" in simulation.
+ * Makes the Ham of a device: of the kind that the device's medium in @p topology names, or "SimHam"
+ * in simulation.
+ * @param args  name the component or the device, and are handed to the kind's factory
  * @return the Ham, which the caller keeps, or null: the device is not in the topology, or its kind
  *         of Ham does not exist or could not be made
  */
+Ham *createHam( const Topology::Topology &topology, const Drivers::DriverArgs &args );
+
+/** The same in the current topology; aborts on "topology" when none is loaded. */
 Ham *createHam( const Drivers::DriverArgs &args );
 
 } // namespace Ham

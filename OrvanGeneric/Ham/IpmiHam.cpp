@@ -2,25 +2,12 @@
 
 #include <pl/types.h>
 
-#include "OrvanGeneric/Ham/IpmitoolHam.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/NotImplementedException.h"
 
 namespace Ham {
 
 using Component::NotImplementedException;
-
-std::map<std::string, IpmiHamFactory> ipmiHams;
-
-namespace {
-
-/** Adds this library's kinds, once; a kind of that name that is there already stays. */
-void addOwnKinds() {
-    static const bool added = ipmiHams.emplace( "ipmitool", IpmitoolHam::create ).second;
-    static_cast<void>( added );
-}
-
-} // namespace
 
 std::string IpmiHam::fanId( const std::string & ) {
     throw NotImplementedException( "fanId" );
@@ -106,22 +93,6 @@ int IpmiHam::psuPresence( const std::string &name, std::string *model ) {
         *model = data.model;
     }
     return result;
-}
-
-std::shared_ptr<IpmiHam> createIpmiHam( const std::string &name ) {
-    addOwnKinds();
-    TRACE( 3, "looking for ham %s", name.c_str() );
-    const auto it = ipmiHams.find( name );
-    if ( it == ipmiHams.end() ) {
-        TRACE( 0, "ham not found %s", name.c_str() );
-        return nullptr;
-    }
-    TRACE( 3, "creating  %s factory function", name.c_str() );
-    std::shared_ptr<IpmiHam> ham = it->second();
-    if ( !ham ) {
-        TRACE( 0, "Failed to create ham %s", name.c_str() );
-    }
-    return ham;
 }
 
 } // namespace Ham

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <functional>
 #include <map>
-#include <memory>
 #include <string>
 
 namespace Drivers {
@@ -90,17 +88,5 @@ class IpmiHam {
 
     std::string key_;
 };
-
-/** Makes an IPMI Ham; empty on failure. */
-using IpmiHamFactory = std::function<std::shared_ptr<IpmiHam>()>;
-
-/**
- * Every kind of IPMI Ham, by the name that a driver's "hamType" gives. Empty at load: the first
- * createIpmiHam() adds the kinds that this library has.
- */
-extern std::map<std::string, IpmiHamFactory> ipmiHams;
-
-/** Makes an IPMI Ham of the kind @p name; empty when there is no such kind or it fails. */
-std::shared_ptr<IpmiHam> createIpmiHam( const std::string &name );
 
 } // namespace Ham

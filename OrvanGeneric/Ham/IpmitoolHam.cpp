@@ -5,9 +5,9 @@
 #include <sstream>
 #include <utility>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
-#include "OrvanGeneric/Drivers/Helpers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/Shell.h"
 #include "OrvanGeneric/Utils.h"
 
 namespace Ham {
@@ -76,9 +76,8 @@ std::shared_ptr<IpmiHam> IpmitoolHam::create() {
 }
 
 void IpmitoolHam::configure( const Drivers::DriverArgs &args ) {
-    const auto command = args.driverArgs.find( "ipmiCommand" );
-    if ( command != args.driverArgs.end() ) {
-        command_ = bounded( command->second );
+    if ( const std::string *command = optionalArg( args, "ipmiCommand" ) ) {
+        command_ = bounded( *command );
     }
     const int ipmiTimeout = intArg( args, "ipmiTimeout", defaultLimit );
     assert( ipmiTimeout >= 1 );
@@ -117,7 +116,7 @@ void IpmitoolHam::refresh( const std::string &name ) {
     if ( mayBeCut( name ) ) {
         refreshLongName( name );
     }
-    if ( fruNames_.count( name ) && ( !frusAt_ || now - *frusAt_ > cacheAge_ ) ) {
+    if ( fruNames_.contains( name ) && ( !frusAt_ || now - *frusAt_ > cacheAge_ ) ) {
         refreshFrus();
     }
 }
@@ -177,7 +176,7 @@ bool IpmitoolHam::fetchLongNames( const std::set<std::string> &names, const Sens
     std::string analog;
     std::string output;
     for ( const std::string &name : wanted ) {
-        if ( list.analog.count( name.substr( 0, listedNameLength ) ) ) {
+        if ( list.analog.contains( name.substr( 0, listedNameLength ) ) ) {
             analog += ' ' + Drivers::shellQuote( name );
         }
     }
@@ -188,7 +187,7 @@ bool IpmitoolHam::fetchLongNames( const std::set<std::string> &names, const Sens
         found = parseSensorReadings( output );
     }
     for ( const std::string &name : wanted ) {
-        if ( !found.count( name ) && !fetchDiscrete( name, list, found ) ) {
+        if ( !found.contains( name ) && !fetchDiscrete( name, list, found ) ) {
             return false;
         }
         const auto it = found.find( name );
@@ -206,7 +205,7 @@ bool IpmitoolHam::fetchLongNames( const std::set<std::string> &names, const Sens
 bool IpmitoolHam::fetchDiscrete( const std::string &name, const SensorList &list,
                                  std::map<std::string, std::string> &found ) const {
     const std::string cut = name.substr( 0, listedNameLength );
-    if ( !list.discrete.count( cut ) ) {
+    if ( !list.discrete.contains( cut ) ) {
         return true;
     }
     std::string output;
@@ -215,7 +214,7 @@ bool IpmitoolHam::fetchDiscrete( const std::string &name, const SensorList &list
     }
     const SensorList one = parseSensorList( output );
     const auto it = one.readings.find( cut );
-    if ( it != one.readings.end() && one.discrete.count( cut ) ) {
+    if ( it != one.readings.end() && one.discrete.contains( cut ) ) {
         found[ name ] = it->second;
     }
     return true;

@@ -4,7 +4,7 @@
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
 #include "OrvanGeneric/Components/Mux.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/HostServices.h"
 
 namespace Ham {

@@ -1,6 +1,6 @@
 #include "OrvanGeneric/Ham/SearchVisitor.h"
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/HostServices.h"
 
 namespace Ham {

@@ -11,8 +11,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "orvan/Errors.h"
-#include "orvan/Session.h"
+#include "orvan/base/Errors.h"
+#include "orvan/host/Session.h"
 
 namespace orvan {
 

@@ -2,10 +2,10 @@
 
 #include <fmt/core.h>
 
-#include "orvan/Status.h"
-#include "orvan/TextTable.h"
 #include "orvan/commands/Command.h"
 #include "orvan/commands/Readings.h"
+#include "orvan/text/Status.h"
+#include "orvan/text/TextTable.h"
 
 namespace orvan {
 

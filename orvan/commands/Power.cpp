@@ -1,8 +1,8 @@
 #include <fmt/core.h>
 #include <pl/system.h>
 
-#include "orvan/Status.h"
 #include "orvan/commands/Command.h"
+#include "orvan/text/Status.h"
 
 namespace orvan {
 

@@ -1,6 +1,6 @@
 #include "orvan/commands/Readings.h"
 
-#include "orvan/Status.h"
+#include "orvan/text/Status.h"
 
 namespace orvan {
 

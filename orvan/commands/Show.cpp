@@ -1,8 +1,8 @@
 #include <algorithm>
 
-#include "orvan/TextTable.h"
 #include "orvan/commands/Command.h"
 #include "orvan/commands/Readings.h"
+#include "orvan/text/TextTable.h"
 
 namespace orvan {
 

@@ -5,9 +5,9 @@
 #include <fmt/core.h>
 #include <pl/smbus.h>
 
-#include "orvan/Status.h"
 #include "orvan/commands/Command.h"
 #include "orvan/commands/Readings.h"
+#include "orvan/text/Status.h"
 
 namespace orvan {
 

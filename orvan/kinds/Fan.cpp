@@ -5,7 +5,7 @@
 #include <fmt/core.h>
 #include <pl/fan.h>
 
-#include "orvan/Errors.h"
+#include "orvan/base/Errors.h"
 #include "orvan/kinds/Kind.h"
 
 namespace orvan {

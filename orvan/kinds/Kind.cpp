@@ -5,8 +5,8 @@
 
 #include <fmt/core.h>
 
-#include "orvan/Errors.h"
-#include "orvan/Status.h"
+#include "orvan/base/Errors.h"
+#include "orvan/text/Status.h"
 
 namespace orvan {
 

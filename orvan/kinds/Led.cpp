@@ -1,7 +1,7 @@
 #include <fmt/core.h>
 #include <pl/led.h>
 
-#include "orvan/Errors.h"
+#include "orvan/base/Errors.h"
 #include "orvan/kinds/Kind.h"
 
 namespace orvan {

@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/TopologyVisitor.h"
 #include "tests/support/AllocationFailure.h"
 #include "tests/support/AssertionFailure.h"

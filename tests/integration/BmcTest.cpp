@@ -5,7 +5,7 @@
 
 #include <gmock/gmock.h>
 
-#include "orvan/BmcEmulation.h"
+#include "orvan/emulation/BmcEmulation.h"
 #include "tests/integration/EmulatedBoard.h"
 #include "tests/integration/RecordReadings.h"
 

@@ -6,7 +6,8 @@
 #include <vector>
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
+#include "OrvanGeneric/DriverFactory.h"
 #include "tests/support/FakeHost.h"
 
 /**

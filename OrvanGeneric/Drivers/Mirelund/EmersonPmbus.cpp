@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <cassert>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Drivers/Helpers.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirePsuPCA9555.h"
 #include "OrvanGeneric/Drivers/PmbusFormats.h"
 #include "OrvanGeneric/Ham/Ham.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/Status.h"
 
 namespace Drivers {
 
@@ -78,7 +79,7 @@ Component::LogicalDevice::Fan *EmersonPmbus::newFan( const DriverArgs &args ) {
 }
 
 pl_status EmersonPmbus::pmbus_read_linear( uint8_t reg, float *value ) {
-    return static_cast<pl_status>( readLinear11( ham(), reg, value ) );
+    return Utils::hostStatus( readLinear11( ham(), reg, value ) );
 }
 
 uint16_t EmersonPmbus::realToLinear( unsigned short value ) {
@@ -131,7 +132,7 @@ pl_status EmersonPmbus::Psu::get_output_voltage( float *volts ) {
     const Ham::ResponseId rawId = ham->addRead16( READ_VOUT );
     const int status = ham->execute();
     if ( status ) {
-        return static_cast<pl_status>( status );
+        return Utils::hostStatus( status );
     }
     const uint8_t reg1 = ham->get8( modeId );
     assert( ( reg1 & 0xe0 ) == 0 );
@@ -176,7 +177,7 @@ pl_status EmersonPmbus::Fan::setRpm( int rpm ) {
     if ( status ) {
         TRACE( 0, "Failed to set fan%d rpm to %d", number_, capped );
     }
-    return static_cast<pl_status>( status );
+    return Utils::hostStatus( status );
 }
 
 } // namespace Drivers

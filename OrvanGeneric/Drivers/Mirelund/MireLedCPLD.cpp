@@ -1,6 +1,6 @@
 #include "OrvanGeneric/Drivers/Mirelund/MireLedCPLD.h"
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Ham/Ham.h"
 #include "OrvanGeneric/HostServices.h"
 

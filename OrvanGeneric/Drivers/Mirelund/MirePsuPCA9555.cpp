@@ -2,7 +2,7 @@
 
 #include <cassert>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Drivers/Pca9555Registers.h"
 #include "OrvanGeneric/HostServices.h"
 

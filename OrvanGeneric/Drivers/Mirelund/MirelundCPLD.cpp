@@ -2,8 +2,9 @@
 
 #include <cassert>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Ham/Ham.h"
+#include "OrvanGeneric/Status.h"
 
 namespace Drivers {
 
@@ -80,7 +81,7 @@ pl_status MireXcvrCPLD::refreshRegister( uint8_t reg ) {
     if ( status == 0 ) {
         registerCache_[ reg ] = swapped( word );
     }
-    return static_cast<pl_status>( status );
+    return Utils::hostStatus( status );
 }
 
 pl_status MireXcvrCPLD::getRegisterBit( uint8_t reg, uint8_t bit, int *out, bool refresh ) {
@@ -99,7 +100,7 @@ pl_status MireXcvrCPLD::setRegisterBit( uint8_t reg, uint8_t bit, int value, boo
     if ( refresh ) {
         const int status = ham()->read16( reg, &word );
         if ( status ) {
-            return static_cast<pl_status>( status );
+            return Utils::hostStatus( status );
         }
         word = swapped( word );
     }
@@ -109,7 +110,7 @@ pl_status MireXcvrCPLD::setRegisterBit( uint8_t reg, uint8_t bit, int value, boo
     if ( status == 0 ) {
         registerCache_[ reg ] = word;
     }
-    return static_cast<pl_status>( status );
+    return Utils::hostStatus( status );
 }
 
 pl_status MireXcvrCPLD::activeLow( pl_status status, int *value ) {

@@ -3,7 +3,7 @@
 #include <array>
 #include <cassert>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 
 namespace Drivers {
 

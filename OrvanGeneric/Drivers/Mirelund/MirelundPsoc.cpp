@@ -4,8 +4,9 @@
 #include <cassert>
 #include <string>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Ham/Ham.h"
+#include "OrvanGeneric/Status.h"
 
 namespace Drivers {
 
@@ -123,7 +124,7 @@ pl_status MirelundPsoc::Fan::getRpm( int *rpm ) {
     const int status = driver_->ham()->read16( speedRegister_, &speed );
     if ( status ) {
         TRACE( 0, "Error: failed to read from fan %d speed register %d", index_, speedRegister_ );
-        return static_cast<pl_status>( status );
+        return Utils::hostStatus( status );
     }
     *rpm = byteSwap( speed );
     TRACE( 5, "MirelundPsoc::getFanRpm -- id: %d, rpm: %d", index_, *rpm );
@@ -150,7 +151,7 @@ pl_status MirelundPsoc::Fan::setRpm( int rpm ) {
     if ( status ) {
         TRACE( 0, failure, index_, rpm, status );
     }
-    return static_cast<pl_status>( status );
+    return Utils::hostStatus( status );
 }
 
 pl_status MirelundPsoc::TempSensor::getTemperature( float *celsius ) {
@@ -158,7 +159,7 @@ pl_status MirelundPsoc::TempSensor::getTemperature( float *celsius ) {
     const int status = driver_->ham()->read8( register_, &degrees );
     if ( status ) {
         TRACE( 0, "Error status %d reading temperature from Psoc sensor %d", status, id_ );
-        return static_cast<pl_status>( status );
+        return Utils::hostStatus( status );
     }
     *celsius = degrees;
     return PL_STATUS_OK;

@@ -79,7 +79,7 @@ std::unique_ptr<Chip> Psoc::create( ChipContext context, const ChipOptions &opti
                 return other.second.name == name;
             };
             if ( reg == powerCycleRegister || reg == powerOffRegister ||
-                 chip->temperatures_.count( reg ) != 0 ) {
+                 chip->temperatures_.contains( reg ) ) {
                 temperature.fail( "a register that is not taken" );
             }
             if ( name.empty() ||

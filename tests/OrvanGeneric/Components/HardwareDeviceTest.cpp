@@ -3,8 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "OrvanGeneric/Components/MultiDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
-#include "OrvanGeneric/Ham/Hams.h"
+#include "OrvanGeneric/DriverArgs.h"
+#include "OrvanGeneric/DriverFactory.h"
+#include "OrvanGeneric/Ham/HamSelection.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "OrvanGeneric/Topology.h"
 #include "tests/support/FakeHost.h"

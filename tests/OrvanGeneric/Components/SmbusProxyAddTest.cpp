@@ -4,9 +4,10 @@
 #include <pl/smbus.h>
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
+#include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/Drivers/SmbusProxyDriver.h"
-#include "OrvanGeneric/Ham/Hams.h"
+#include "OrvanGeneric/Ham/HamSelection.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "OrvanGeneric/TopologyVisitor.h"
 #include "tests/support/FakeHost.h"

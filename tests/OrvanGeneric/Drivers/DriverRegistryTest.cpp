@@ -6,7 +6,8 @@
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
 #include "OrvanGeneric/Components/MultiDevice.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
+#include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/Drivers/GenericPCA9555.h"
 #include "OrvanGeneric/Drivers/GenericSmbusMux.h"

@@ -425,6 +425,20 @@ TEST_F( DriverArgReaders, RequiredArgument ) {
     EXPECT_EQ( &requiredArg( args_, "text" ), &args_.driverArgs.at( "text" ) );
 }
 
+TEST_F( DriverArgReaders, OptionalArgument ) {
+    EXPECT_EQ( optionalArg( args_, "text" ), &args_.driverArgs.at( "text" ) );
+    EXPECT_EQ( optionalArg( args_, "empty" ), &args_.driverArgs.at( "empty" ) );
+    EXPECT_EQ( optionalArg( args_, "none" ), nullptr );
+    EXPECT_EQ( args_.driverArgs.count( "none" ), 0u );
+}
+
+TEST_F( DriverArgReaders, Texts ) {
+    EXPECT_EQ( textArg( args_, "text", "other" ), "pmbus" );
+    EXPECT_EQ( textArg( args_, "empty", "other" ), "" );
+    EXPECT_EQ( textArg( args_, "none", "other" ), "other" );
+    EXPECT_EQ( textArg( args_, "none" ), "" );
+}
+
 TEST_F( DriverArgReaders, Numbers ) {
     EXPECT_EQ( requiredIntArg( args_, "number" ), 12 );
     EXPECT_EQ( requiredIntArg( args_, "negative" ), -3 );

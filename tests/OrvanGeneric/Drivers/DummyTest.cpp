@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "OrvanGeneric/Components/Gpio.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "tests/support/ScriptedHam.h"
 

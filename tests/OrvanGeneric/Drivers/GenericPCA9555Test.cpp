@@ -5,7 +5,8 @@
 
 #include <gmock/gmock.h>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
+#include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/Ham/SimHam.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "tests/support/FakeHost.h"

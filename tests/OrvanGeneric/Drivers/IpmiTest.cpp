@@ -9,7 +9,8 @@
 
 #include <gtest/gtest.h>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
+#include "OrvanGeneric/Ham/HamSelection.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedIpmiHam.h"
 

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/Drivers/PsuSlot.h"
 #include "OrvanGeneric/Topology.h"

@@ -1,9 +1,11 @@
 #include "OrvanGeneric/Drivers/PsuSlot.h"
 
 #include <cstdlib>
+#include <memory>
 
 #include <gmock/gmock.h>
 
+#include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "common/TemporaryFolder.h"
 #include "tests/OrvanGeneric/Drivers/PsuSlotFixture.h"

@@ -1,16 +1,19 @@
+#include "OrvanGeneric/Ham/HamSelection.h"
+
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <set>
 
 #include <gtest/gtest.h>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Ham/Ham.h"
-#include "OrvanGeneric/Ham/Hams.h"
 #include "OrvanGeneric/Ham/SimHam.h"
 #include "OrvanGeneric/Topology.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
+#include "tests/support/ScriptedIpmiHam.h"
 
 namespace {
 
@@ -200,6 +203,40 @@ TEST_F( HamFromTopology, SimulationReplacesTheKindOfEveryMedium ) {
 TEST_F( HamFromTopology, SimulationStillWantsTheDeviceInTheTopology ) {
     setenv( "SIMULATION_VMID", "1", 1 );
     EXPECT_EQ( Ham::createHam( device( 99 ) ), nullptr );
+}
+
+TEST( IpmiHams, AreEmptyAtLoadAndFilledBeforeTheFirstLookup ) {
+    EXPECT_TRUE( Ham::ipmiHams.empty() );
+    EXPECT_NE( Ham::createIpmiHam( "ipmitool" ), nullptr );
+    EXPECT_EQ( Ham::ipmiHams.size(), 1u );
+    EXPECT_EQ( FakeHost::instance().traces, ( Traces{
+                                                { 3, "looking for ham ipmitool" },
+                                                { 3, "creating  ipmitool factory function" },
+                                            } ) );
+}
+
+TEST( IpmiHams, AKindOfTheSameNameThatIsThereAlreadyStays ) {
+    const auto ham = std::make_shared<ScriptedIpmiHam>();
+    Ham::ipmiHams[ "ipmitool" ] = [ & ] { return ham; };
+    EXPECT_EQ( Ham::createIpmiHam( "ipmitool" ), ham );
+}
+
+TEST( IpmiHams, AnUnknownNameGivesNone ) {
+    EXPECT_EQ( Ham::createIpmiHam( "IPMITOOL" ), nullptr );
+    EXPECT_EQ( FakeHost::instance().traces, ( Traces{
+                                                { 3, "looking for ham IPMITOOL" },
+                                                { 0, "ham not found IPMITOOL" },
+                                            } ) );
+}
+
+TEST( IpmiHams, AFactoryThatFailsGivesNone ) {
+    Ham::ipmiHams[ "broken" ] = [] { return nullptr; };
+    EXPECT_EQ( Ham::createIpmiHam( "broken" ), nullptr );
+    EXPECT_EQ( FakeHost::instance().traces, ( Traces{
+                                                { 3, "looking for ham broken" },
+                                                { 3, "creating  broken factory function" },
+                                                { 0, "Failed to create ham broken" },
+                                            } ) );
 }
 
 } // namespace

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedIpmiHam.h"
@@ -186,40 +186,6 @@ TEST_F( IpmiHamTest, ASuppliesPresenceGivesItsModel ) {
     std::string model;
     EXPECT_EQ( ham_.psuPresence( "Psu1", &model ), 0 );
     EXPECT_EQ( model, "DPS550" );
-}
-
-TEST( IpmiHams, AreEmptyAtLoadAndFilledBeforeTheFirstLookup ) {
-    EXPECT_TRUE( Ham::ipmiHams.empty() );
-    EXPECT_NE( Ham::createIpmiHam( "ipmitool" ), nullptr );
-    EXPECT_EQ( Ham::ipmiHams.size(), 1u );
-    EXPECT_EQ( FakeHost::instance().traces, ( Traces{
-                                                { 3, "looking for ham ipmitool" },
-                                                { 3, "creating  ipmitool factory function" },
-                                            } ) );
-}
-
-TEST( IpmiHams, AKindOfTheSameNameThatIsThereAlreadyStays ) {
-    const auto ham = std::make_shared<ScriptedIpmiHam>();
-    Ham::ipmiHams[ "ipmitool" ] = [ & ] { return ham; };
-    EXPECT_EQ( Ham::createIpmiHam( "ipmitool" ), ham );
-}
-
-TEST( IpmiHams, AnUnknownNameGivesNone ) {
-    EXPECT_EQ( Ham::createIpmiHam( "IPMITOOL" ), nullptr );
-    EXPECT_EQ( FakeHost::instance().traces, ( Traces{
-                                                { 3, "looking for ham IPMITOOL" },
-                                                { 0, "ham not found IPMITOOL" },
-                                            } ) );
-}
-
-TEST( IpmiHams, AFactoryThatFailsGivesNone ) {
-    Ham::ipmiHams[ "broken" ] = [] { return nullptr; };
-    EXPECT_EQ( Ham::createIpmiHam( "broken" ), nullptr );
-    EXPECT_EQ( FakeHost::instance().traces, ( Traces{
-                                                { 3, "looking for ham broken" },
-                                                { 3, "creating  broken factory function" },
-                                                { 0, "Failed to create ham broken" },
-                                            } ) );
 }
 
 } // namespace

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Utils.h"
 #include "tests/support/AllocationCounter.h"
 #include "tests/support/FakeHost.h"

@@ -3,7 +3,8 @@
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
 #include "OrvanGeneric/Components/Mux.h"
-#include "OrvanGeneric/Ham/Hams.h"
+#include "OrvanGeneric/DriverFactory.h"
+#include "OrvanGeneric/Ham/HamSelection.h"
 #include "tests/OrvanGeneric/Ham/SmbusHamFixture.h"
 #include "tests/support/AllocationCounter.h"
 #include "tests/support/ScriptedHam.h"

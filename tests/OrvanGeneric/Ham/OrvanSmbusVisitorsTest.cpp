@@ -2,7 +2,7 @@
 
 #include <ostream>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "tests/OrvanGeneric/Ham/SmbusHamFixture.h"
 
 namespace {

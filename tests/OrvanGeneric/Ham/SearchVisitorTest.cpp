@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "tests/support/FakeHost.h"
 
 namespace {

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Ham/OrvanSmbusHam.h"
 #include "OrvanGeneric/Orvan.h"
 #include "OrvanGeneric/TopologyVisitor.h"

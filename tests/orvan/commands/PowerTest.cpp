@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "tests/orvan/FakeBoard.h"
+#include "tests/orvan/fakes/FakeBoard.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 
 #include <gmock/gmock.h>
 
-#include "orvan/Errors.h"
-#include "tests/orvan/FakeBoard.h"
+#include "orvan/base/Errors.h"
+#include "tests/orvan/fakes/FakeBoard.h"
 
 namespace {
 

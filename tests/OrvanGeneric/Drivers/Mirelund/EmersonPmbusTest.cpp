@@ -6,7 +6,8 @@
 
 #include <gmock/gmock.h>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
+#include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirePsuPCA9555.h"
 #include "OrvanGeneric/NotImplementedException.h"

@@ -4,7 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
+#include "OrvanGeneric/DriverFactory.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
 

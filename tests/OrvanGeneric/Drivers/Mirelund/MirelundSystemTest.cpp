@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "OrvanGeneric/Drivers/Drivers.h"
-#include "OrvanGeneric/Ham/Hams.h"
+#include "OrvanGeneric/DriverArgs.h"
+#include "OrvanGeneric/Ham/HamSelection.h"
 #include "OrvanGeneric/Topology.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"

@@ -8,7 +8,8 @@
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
 #include "OrvanGeneric/Components/Xcvr.h"
-#include "OrvanGeneric/Drivers/Drivers.h"
+#include "OrvanGeneric/DriverArgs.h"
+#include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9698.h"
 #include "OrvanGeneric/Ham/SimHam.h"
 #include "common/TemporaryFolder.h"

@@ -1,0 +1,55 @@
+/**
+ * @file
+ * A private SMBus service on emulated hardware, for the length of one run.
+ */
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <sys/types.h>
+
+namespace orvan {
+
+/** What the private service is to be. */
+struct EmulationOptions {
+    std::string service;            ///< the service's program
+    std::filesystem::path hardware; ///< its configuration: the emulated hardware
+    std::string socket;             ///< where it listens; empty: in a private folder
+    std::string control;            ///< its control socket; empty: the socket's path and ".control"
+    std::string logLevel = "warning"; ///< what it logs on standard error
+    std::chrono::milliseconds startLimit{ 10000 };
+    std::chrono::milliseconds endLimit{ 2000 }; ///< then a service that does not end is killed
+};
+
+/**
+ * Starts the service and ends it again: on destruction, on SIGINT, SIGTERM, SIGHUP, SIGPIPE and
+ * SIGABRT, and, should nothing of that be possible any more, by the kernel when this process dies.
+ * At most one may live at a time.
+ */
+class Emulation {
+  public:
+    /** Returns once the service listens. Throws BadInput when it does not come up. */
+    explicit Emulation( const EmulationOptions &options );
+    ~Emulation();
+    Emulation( const Emulation & ) = delete;
+    Emulation &operator=( const Emulation & ) = delete;
+
+    const std::string &socket() const { return socket_; }
+    pid_t pid() const { return pid_; }
+
+  private:
+    void start( const EmulationOptions &options, int ready );
+    void awaitReady( const EmulationOptions &options, int ready );
+    void end();
+
+    std::string folder_; // private, empty when the socket's path was given
+    std::string socket_;
+    std::string control_;
+    pid_t pid_ = -1;
+};
+
+/** True when something accepts connections on the UNIX socket @p path. */
+bool accepts( const std::string &path );
+
+} // namespace orvan
