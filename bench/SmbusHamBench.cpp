@@ -73,15 +73,7 @@ class Responder {
 
     bool answer( const common::Descriptor &connection ) const {
         static common::FrameDecoder frame; // one thread answers
-        frame.restart();
-        while ( !frame.complete() ) {
-            const auto room = frame.room();
-            if ( !common::receiveAll( connection, room ) ) {
-                return false;
-            }
-            frame.received( room.size() );
-        }
-        return common::sendAll( connection, reply );
+        return common::receiveFrame( connection, frame ) && common::sendAll( connection, reply );
     }
 
     common::TemporaryFolder folder_{ "orvan-bench" };

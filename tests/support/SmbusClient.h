@@ -73,7 +73,7 @@ class RawClient {
     /** Tells the other side that nothing more comes; it may still answer. */
     void finishSending() { ::shutdown( socket_.get(), SHUT_WR ); }
 
-  private:
+  protected:
     common::Descriptor socket_;
 };
 
@@ -163,14 +163,8 @@ class SmbusClient : public RawClient {
     /** @return the reply; nothing if none came */
     std::optional<Smbus::TransactionResponse> receive() {
         common::FrameDecoder frame;
-        while ( !frame.complete() ) {
-            const auto room = frame.room();
-            const auto bytes = receiveBytes( room.size() );
-            if ( !bytes ) {
-                return std::nullopt;
-            }
-            bytes->copy( room.data(), room.size() );
-            frame.received( room.size() );
+        if ( !common::receiveFrame( socket_, frame ) ) {
+            return std::nullopt;
         }
         Smbus::TransactionResponse reply;
         return reply.ParseFromString( frame.message() ) ? std::optional( reply ) : std::nullopt;

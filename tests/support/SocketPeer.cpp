@@ -34,12 +34,8 @@ bool SocketPeer::Connection::read( size_t size, std::string &bytes ) {
 
 bool SocketPeer::Connection::readFrame( std::string &message ) {
     common::FrameDecoder frame;
-    while ( !frame.complete() ) {
-        const auto room = frame.room();
-        if ( !common::receiveAll( socket_, room ) ) {
-            return false;
-        }
-        frame.received( room.size() );
+    if ( !common::receiveFrame( socket_, frame ) ) {
+        return false;
     }
     message = frame.message();
     ++frames_;

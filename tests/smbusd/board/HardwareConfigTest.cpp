@@ -153,7 +153,7 @@ TEST( HardwareConfig, RefusesWrongUnits ) {
     EXPECT_EQ(
         chipMessage( expander, R"(, "units": [ { "name": "u", "inputs": [
                    { "chip": "e", "input": "q", "plugged": 0, "unplugged": 1 } ] } ])" )
-            .substr( 0, 76 ),
+            .substr( 0, 79 ),
         "hardware.json: at /units/0/inputs/0/input: \"q\"; expected an input of the chip (" );
 }
 

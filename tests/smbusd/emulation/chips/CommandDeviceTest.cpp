@@ -150,7 +150,7 @@ TEST( CommandDeviceConfig, RefusesWrongCommands ) {
     EXPECT_EQ( messageOf( R"("0x10": { "send": false })" ),
                "hardware.json: at /buses/0/chips/0/commands/0x10/send: false; expected true, or no "
                "\"send\"" );
-    EXPECT_EQ( messageOf( R"("0x100": { "byte": 1 })" ).substr( 0, 48 ),
+    EXPECT_EQ( messageOf( R"("0x100": { "byte": 1 })" ).substr( 0, 51 ),
                "hardware.json: at /buses/0/chips/0/commands/0x100: " );
 }
 
