@@ -20,8 +20,8 @@ constexpr uint32_t noComponent = 0xFFFFFFFF;
  * A parsed device description: which driver, which device, where it sits, and the driver's own
  * arguments as text.
  *
- * A description that lacks "did", "driver" or "address", or gives a member the wrong type, is a
- * programming error of whoever made it and aborts.
+ * A description that lacks "did", "driver" or "address", or gives a member the wrong type, is the
+ * programming error of its author and aborts.
  */
 struct DriverArgs {
     std::string driver;         ///< key of the driver registry
@@ -37,7 +37,7 @@ struct DriverArgs {
 
     /** Reads a description. @return false when the text is not JSON; nothing is changed then. */
     bool parseJSON( const char *text );
-    /** Reads a description that is already parsed. */
+    /** Reads a description that is already parsed; arguments read before stay unless overwritten. */
     void parseJSON( const rapidjson::Value &json );
     /** New arguments read from a parsed description. */
     static std::shared_ptr<DriverArgs> fromJSON( const rapidjson::Value &json );

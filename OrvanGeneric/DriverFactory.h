@@ -1,6 +1,6 @@
 /**
  * @file
- * The drivers by name, as those who make driver instances see them; Drivers/ fills the table.
+ * The drivers by name: what the creation of driver instances needs. Drivers/ fills the table.
  */
 #pragma once
 

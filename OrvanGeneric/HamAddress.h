@@ -17,11 +17,11 @@ struct HamAddress {
     uint32_t bus : 7;         ///< bits 7-13: bus number, filled by the Ham
     uint32_t accelerator : 7; ///< bits 14-20: accelerator number
     uint32_t flag : 1;        ///< bit 21: per-request flag
-    uint32_t busTimeout : 3;  ///< bits 22-24
+    uint32_t busTimeout : 3;  ///< bits 22-24: the service's choice of time-out
     uint32_t addrSize : 2;    ///< bits 25-26: register address bytes
-    uint32_t extraDelay : 1;  ///< bit 27
-    uint32_t writeDelay : 2;  ///< bits 28-29
-    uint32_t readDelay : 2;   ///< bits 30-31
+    uint32_t extraDelay : 1;  ///< bit 27: whether the service pauses longer
+    uint32_t writeDelay : 2;  ///< bits 28-29: the service's choice of pause after a write
+    uint32_t readDelay : 2;   ///< bits 30-31: the service's choice of pause after a read
 
     /** Both words as one number, the first word low. */
     uint64_t packed() const {

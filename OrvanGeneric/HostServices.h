@@ -24,12 +24,12 @@
 
 namespace Host {
 
-/** pl_timer_add; 0, as for a timer that could not be made, when the host has no timers. */
+/** pl_timer_add, or 0 (as for a timer that could not be made) when the host has no timers. */
 inline uint32_t timerAdd( void ( *callback )( void * ), void *context ) {
     return pl_timer_add ? pl_timer_add( callback, context ) : 0;
 }
 
-/** pl_timer_set; non-zero when the host has no timers, or when there is no timer to arm. */
+/** pl_timer_set; not 0 when the host has no timers, or when there is no timer to arm. */
 inline int timerSet( uint32_t timer, uint32_t milliseconds ) {
     return pl_timer_set && timer ? pl_timer_set( timer, milliseconds ) : -1;
 }

@@ -60,7 +60,7 @@ pl_status runCmd( const char *cmd, std::string &output, unsigned int timeout ) {
 std::string shellQuote( const std::string &text ) {
     std::string quoted = "'";
     for ( const char c : text ) {
-        // Nothing can be escaped inside single quotes: they end, and begin again behind this one.
+        // Nothing can be escaped inside single quotes: end them, add an escaped one, begin anew.
         if ( c == '\'' ) {
             quoted += "'\\''";
         } else if ( c != '\0' ) {

@@ -13,8 +13,8 @@ namespace Drivers {
 /**
  * Runs a shell command under a time limit and collects its standard output.
  *
- * The command goes through the shell as it is: whoever puts a field, a name or a configured value
- * into it passes that through shellQuote().
+ * The command goes through the shell as it is: a field, a name or a configured value in it must have
+ * gone through shellQuote().
  * @param cmd      the command; null runs the limit tool without one, which fails
  * @param output   receives what the command printed, also when it fails
  * @param timeout  seconds; 0 for no limit

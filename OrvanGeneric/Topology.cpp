@@ -18,7 +18,7 @@ std::map<std::string, std::shared_ptr<Node>> _topology_index;
 
 namespace {
 
-/** Looks a member up by a name whose length the compiler knows. */
+/** Looks a member up; the name is a literal, so that its length need not be counted. */
 template <size_t size>
 rapidjson::Value::ConstMemberIterator find( const rapidjson::Value &json,
                                             const char ( &name )[ size ] ) {
@@ -56,7 +56,7 @@ void appendChildren( const rapidjson::Value &json, const char ( &name )[ size ],
     } );
 }
 
-/** Stores an optional address field; bit fields cannot be referred to, hence the setter. */
+/** Stores an optional address field, through a function: there are no references to bit fields. */
 template <size_t size, class Store>
 void readField( const rapidjson::Value &value, const char ( &name )[ size ], Store store ) {
     const auto it = find( value, name );
@@ -81,7 +81,7 @@ void fillAddressFromJSON( const rapidjson::Value &value, HamAddress &addr ) {
     readField( value, "busTimeout", [ & ]( uint32_t v ) { addr.busTimeout = v & mask<3>; } );
     readField( value, "extraDelay", [ & ]( uint32_t v ) { addr.extraDelay = v & mask<1>; } );
     readField( value, "addrSize", [ & ]( uint32_t v ) { addr.addrSize = v & mask<2>; } );
-    // The field holds two bits, so a 4 arrives here as 0 and is refused.
+    // The field has two bits: a given 4 has become 0 and is refused.
     assert( addr.addrSize == 1 || addr.addrSize == 2 || addr.addrSize == 4 );
     readField( value, "accel", [ & ]( uint32_t v ) { addr.accelerator = v & mask<7>; } );
 }
@@ -287,7 +287,7 @@ pl_status loadTopology( const char *json ) {
         delete _topology;
         _topology = nullptr;
     }
-    // Also what a failed build may have left.
+    // Labels of the old tree, and those that a failed build may have left.
     _topology_index.clear();
     _topology = Topology::fromJSON( document );
     if ( !_topology ) {

@@ -19,8 +19,8 @@ struct DriverArgs;
  * The board's management hardware as a tree: media, accelerators, buses, muxes, devices, components.
  *
  * The tree is built from one JSON text (see loadTopology) and then only read. A parent shares its
- * children; nothing points back up. Malformed JSON structure is a programming error of whoever made
- * the text and aborts the process with the broken condition.
+ * children; nothing points back up. Malformed JSON structure is the programming error of the text's
+ * author and aborts the process with the broken condition.
  */
 namespace Topology {
 
@@ -44,20 +44,22 @@ struct Node {
 
 /** A part of a device that has an identity of its own. */
 struct Component : Node {
-    uint32_t uid = 0;
+    uint32_t uid = 0; ///< its identity, unique on the board
 
     bool accept( TopologyVisitor *visitor ) const override;
+    /** Makes a component from its JSON object, which must have "uid". */
     static std::shared_ptr<Component> fromJSON( const rapidjson::Value &json );
 };
 
 /** A chip. */
 struct Device : Node {
-    uint32_t did = 0;
+    uint32_t did = 0; ///< its identity, unique on the board
     /** Its driver arguments where it is declared inline with a "driver", else empty. */
     std::shared_ptr<Drivers::DriverArgs> args;
-    std::vector<std::shared_ptr<Component>> components;
+    std::vector<std::shared_ptr<Component>> components; ///< its parts, in the order of the text
 
     bool accept( TopologyVisitor *visitor ) const override;
+    /** Makes a device from its JSON object, which must have "did". */
     static std::shared_ptr<Device> fromJSON( const rapidjson::Value &json );
 };
 
@@ -75,28 +77,32 @@ struct Mux : Node {
     std::map<uint32_t, std::shared_ptr<Bus>> busses;
 
     bool accept( TopologyVisitor *visitor ) const override;
+    /** Makes a mux from its JSON object, which must have "did". */
     static std::shared_ptr<Mux> fromJSON( const rapidjson::Value &json );
 };
 
 /** An SMBus. */
 struct Bus : virtual Node {
-    int32_t id = 0;
-    std::vector<std::shared_ptr<Device>> devices;
-    std::vector<std::shared_ptr<Mux>> muxes;
+    int32_t id = 0; ///< its number; below a mux what opens the channel
+    std::vector<std::shared_ptr<Device>> devices; ///< on it, in the order of the text
+    std::vector<std::shared_ptr<Mux>> muxes;      ///< that split it, in the order of the text
 
     bool accept( TopologyVisitor *visitor ) const override;
+    /** Makes a bus from its JSON object, which must have "id". */
     static std::shared_ptr<Bus> fromJSON( const rapidjson::Value &json );
 
   protected:
+    /** Reads a bus's own members into @p bus. */
     static void init( const std::shared_ptr<Bus> &bus, const rapidjson::Value &json );
 };
 
-/** A bus controller behind a medium. */
+/** A bus controller of a medium. */
 struct Accelerator : Node {
-    uint32_t id = 0;
-    std::map<uint32_t, std::shared_ptr<Bus>> busses;
+    uint32_t id = 0;                                 ///< its number on the medium
+    std::map<uint32_t, std::shared_ptr<Bus>> busses; ///< by number; none may occur twice
 
     bool accept( TopologyVisitor *visitor ) const override;
+    /** Makes an accelerator from its JSON object, which must have "id" and the array "busses". */
     static std::shared_ptr<Accelerator> fromJSON( const rapidjson::Value &json );
 };
 
@@ -108,55 +114,65 @@ struct MediumNode : virtual Node {
 
 /** A PCI controller with SMBus accelerators. */
 struct SCD : MediumNode {
-    uint32_t pci = 0;
-    std::map<uint32_t, std::shared_ptr<Accelerator>> accelerators;
+    uint32_t pci = 0; ///< PCI address, as the SMBus service names the controller
+    std::map<uint32_t, std::shared_ptr<Accelerator>> accelerators; ///< by number, none twice
 
     bool accept( TopologyVisitor *visitor ) const override;
+    /** Makes such a medium from its JSON object, which must have "pci" and the array "accelerators". */
     static std::shared_ptr<SCD> fromJSON( const rapidjson::Value &json );
 };
 
 /** A controller whose accelerators need no PCI identification. */
 struct Celestica : MediumNode {
-    std::map<uint32_t, std::shared_ptr<Accelerator>> accelerators;
+    std::map<uint32_t, std::shared_ptr<Accelerator>> accelerators; ///< by number, none twice
 
     bool accept( TopologyVisitor *visitor ) const override;
+    /** Makes such a medium from its JSON object, which must have the array "accelerators". */
     static std::shared_ptr<Celestica> fromJSON( const rapidjson::Value &json );
 };
 
 /** Devices that the Linux file system shows; no bus. */
 struct LinuxFs : MediumNode {
-    std::vector<std::shared_ptr<Device>> devices;
+    std::vector<std::shared_ptr<Device>> devices; ///< in the order of the text
 
     bool accept( TopologyVisitor *visitor ) const override;
+    /** Makes such a medium from its JSON object. */
     static std::shared_ptr<LinuxFs> fromJSON( const rapidjson::Value &json );
 };
 
-/** A plain I2C bus of the CPU: medium and bus at once, as are the three below. */
+/** A plain I2C bus of the CPU: medium and bus in one, as are the three below. */
 struct I2C : MediumNode, Bus {
-    bool simulated = false;
+    bool simulated = false; ///< whether the SMBus service is to emulate the bus
 
     bool accept( TopologyVisitor *visitor ) const override;
+    /** Makes such a medium from its JSON object, which must have "id". */
     static std::shared_ptr<I2C> fromJSON( const rapidjson::Value &json );
 };
 
+/** A bus on an I/O port. */
 struct IOPort : MediumNode, Bus {
     bool accept( TopologyVisitor *visitor ) const override;
+    /** Makes such a medium from its JSON object, which must have "id". */
     static std::shared_ptr<IOPort> fromJSON( const rapidjson::Value &json );
 };
 
+/** A bus of a PLM controller. */
 struct PLM : MediumNode, Bus {
     bool accept( TopologyVisitor *visitor ) const override;
+    /** Makes such a medium from its JSON object, which must have "id". */
     static std::shared_ptr<PLM> fromJSON( const rapidjson::Value &json );
 };
 
+/** A bus that is reached through SCC SPI. */
 struct SccSpi : MediumNode, Bus {
     bool accept( TopologyVisitor *visitor ) const override;
+    /** Makes such a medium from its JSON object, which must have "id". */
     static std::shared_ptr<SccSpi> fromJSON( const rapidjson::Value &json );
 };
 
 /** The whole board. */
 struct Topology : Node {
-    std::vector<std::shared_ptr<MediumNode>> media;
+    std::vector<std::shared_ptr<MediumNode>> media; ///< in the order of the text
 
     bool accept( TopologyVisitor *visitor ) const override;
     /** Builds a tree from a parsed document; the caller owns it. Null when memory runs out. */

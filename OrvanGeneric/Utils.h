@@ -24,6 +24,7 @@ class ExpectedVal {
 
     /** Width in bytes. */
     unsigned size() const { return size_; }
+    /** Whether it is a numeric register. */
     bool isNumeric() const { return numeric_; }
     /** Value of a numeric register, as the bus returns it. */
     unsigned val() const { return val_; }
@@ -43,15 +44,16 @@ using ExpectedValues = std::map<unsigned, ExpectedVal>;
 /** -1: not looked at yet; 1: "SIMULATION_VMID" is set in the environment; 0: it is not. */
 extern int isInSimulation;
 
-/** Whether the process simulates its hardware; the environment is looked at once. */
+/** Whether the process simulates its hardware; the environment is looked at the first time only. */
 bool inSimulation();
 
 /** The operating system's clock and pauses, replaceable where real time must not pass. */
 struct OperatingSystem {
-    int ( *clockGettime )( clockid_t, timespec * );
-    unsigned ( *sleep )( unsigned seconds );
-    int ( *usleep )( useconds_t microseconds );
+    int ( *clockGettime )( clockid_t, timespec * ); ///< clock_gettime(2)
+    unsigned ( *sleep )( unsigned seconds );        ///< sleep(3)
+    int ( *usleep )( useconds_t microseconds );     ///< usleep(3)
 };
+/** What the library uses; at first the system's own. */
 extern OperatingSystem os;
 
 } // namespace Utils

@@ -95,7 +95,7 @@ Ham::Ham *HardwareDevice::ham() const {
 
 namespace {
 
-/** The device's name: the simulation file of each device is told from the others' by it. */
+/** The device's name, which tells its simulation file from those of other devices; may be empty. */
 std::string simulationName( const DriverArgs &args ) {
     if ( !Utils::inSimulation() || !args.jsonText ) {
         return std::string();

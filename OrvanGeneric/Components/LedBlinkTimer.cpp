@@ -54,7 +54,7 @@ void Led::handleBlinkTimerCallback( void * ) {
             continue;
         }
         it = notifyList_.erase( it );
-        // The LED behind a removed one sits this tick out; its turn comes with the next.
+        // The LED after a removed one is not called in this tick, only in the next.
         if ( it != notifyList_.end() ) {
             ++it;
         }

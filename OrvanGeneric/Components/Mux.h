@@ -23,13 +23,13 @@ class Mux {
     Mux( const Mux & ) = delete;
     Mux &operator=( const Mux & ) = delete;
 
-    /** Queues on @p ham the request that opens the channel. @return whether one was queued */
+    /** Adds to the batch of @p ham the request that opens the channel. @return whether one was added */
     virtual bool selectRequest( Ham::Ham *ham ) = 0;
-    /** Queues on @p ham the request that closes all channels. @return whether one was queued */
+    /** Adds to the batch of @p ham the request that closes all channels. @return whether one was added */
     virtual bool resetRequest( Ham::Ham *ham ) = 0;
-    /** Opens the channel at once, through the driver's own Ham. */
+    /** Opens the channel immediately, through the driver's own Ham. @return the batch's status */
     virtual pl_status executeMuxRequest() = 0;
-    /** The driver of the mux chip. */
+    /** The driver of the mux chip; never null, not owned by the caller. */
     virtual HardwareDevice *device() const = 0;
 };
 

@@ -9,12 +9,14 @@
 namespace Component {
 
 /**
- * A device that is polled: it owns one host timer, re-armed after each expiry, so that a slow poll
- * delays the next one rather than overlapping it.
+ * A device that is polled: it owns one host timer, which is armed again after each poll, so that a
+ * slow poll delays the next one rather than overlapping it.
+ * @tparam Device  the class of device that is polled, a DeviceBase
  */
 template <class Device>
 class PollingDevice : public Device {
   public:
+    /** Makes the timer, not armed yet. */
     PollingDevice() {
         TRACE( 0, "creating timer" );
         timer_ = Host::timerAdd( handlePollTimerCallback, this );
@@ -25,7 +27,10 @@ class PollingDevice : public Device {
         Host::timerDelete( timer_ );
     }
 
-    /** Called on every expiry; the result is for callers of its own. */
+    /**
+     * Polls the device; called on every expiry of the timer.
+     * @return whether the poll was good; the timer ignores it and is armed again in any case
+     */
     virtual bool pollCallback() = 0;
 
     /** The host's callback: polls @p device, then arms its timer again. */
@@ -37,6 +42,7 @@ class PollingDevice : public Device {
     }
 
   protected:
+    /** Whether the timer was ever armed. */
     bool pollStarted() const { return started_; }
     /** Milliseconds between polls. */
     void pollIntervalIs( uint32_t milliseconds ) { interval_ = milliseconds; }

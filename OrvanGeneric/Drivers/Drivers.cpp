@@ -17,7 +17,7 @@ namespace Drivers {
 
 namespace {
 
-/** An argument's value as text. Integers beyond 32 bits are neither numbers nor floats here. */
+/** An argument's value as text. An integer of more than 32 bits becomes the empty text. */
 std::string argText( const rapidjson::Value &value ) {
     if ( value.IsInt() ) {
         return std::to_string( value.GetInt() );
@@ -110,7 +110,7 @@ bool insertDriverArg( const char *text, char **out, const char *name, const char
     rapidjson::StringBuffer buffer;
     rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::ASCII<>> writer(
         buffer );
-    // Parsing lets any bytes and half a surrogate pair through; neither has an escape.
+    // The parser accepts invalid UTF-8 and half a surrogate pair; neither can be written escaped.
     if ( !document.Accept( writer ) ) {
         TRACE( 0, "failed to write psu devArgs: %s",
                rapidjson::GetParseError_En( rapidjson::kParseErrorStringInvalidEncoding ) );

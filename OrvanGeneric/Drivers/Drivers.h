@@ -10,7 +10,7 @@ namespace Drivers {
 
 /**
  * Adds one argument to a description's "driverArgs" (which must exist). An argument of that name
- * is kept, too; the added one stands behind it and wins.
+ * is kept, too; the added one comes after it and wins.
  * @param text   the description
  * @param out    receives the new description: compact, pure ASCII; the caller frees it with free()
  * @param name   the argument's name, UTF-8

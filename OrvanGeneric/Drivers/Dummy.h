@@ -10,6 +10,7 @@ namespace Drivers {
  */
 class Dummy : public Component::HardwareDevice {
   public:
+    /** Makes an instance; neither argument is looked at. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
 };
 

@@ -68,7 +68,7 @@ bool zeroChecksum( const std::string &data ) {
 Component::HardwareDevice *getHardwareDeviceByLabel( const char *label,
                                                      const std::string &driverName ) {
     Topology::Device *device = Topology::getDeviceByLabel( label );
-    // A device that was only listed, not described, cannot be had either.
+    // A device that the topology lists without driver arguments cannot be made either.
     if ( device && !device->args ) {
         device = nullptr;
     }

@@ -23,12 +23,15 @@ namespace Drivers {
  */
 class FormatFdl {
   public:
+    /** @param format  the template */
     explicit FormatFdl( const std::string &format ) : template_( format ) {}
 
     /** Begins a new fill of the template. */
     void start();
     /**
-     * Replaces every placeholder of @p key by @p value, which must not hold that placeholder.
+     * Replaces every placeholder of a key.
+     * @param key    the name without its braces
+     * @param value  the text; must not hold that placeholder
      * @return true
      */
     bool set( const std::string &key, const std::string &value );
@@ -51,15 +54,20 @@ bool zeroChecksum( const std::string &data );
 
 /**
  * Finds or makes the driver instance of a labelled device of the loaded topology. Aborts when there
- * is no such device with driver arguments, or when it can have no instance.
+ * is no such device with driver arguments ("device"), or when it can have no instance ("dev").
+ * @param label       the device's label in the topology
  * @param driverName  the driver of a device that names none; the topology keeps it
+ * @return the instance, which the process keeps
  */
 Component::HardwareDevice *getHardwareDeviceByLabel( const char *label,
                                                      const std::string &driverName );
 
 /**
- * One bit of a device's register as a GPIO, which the caller owns; aborts when there is none.
- * @param bit  0 is the least significant
+ * One bit of a device's register as a GPIO, which the caller owns; aborts on "gpio" when the device
+ * makes none.
+ * @param device  the register's device
+ * @param reg     the register
+ * @param bit     0 is the least significant
  */
 Component::LogicalDevice::Gpio *getRegGpioForDevice( Component::HardwareDevice *device,
                                                      uint32_t reg, uint32_t bit );

@@ -36,7 +36,7 @@ using IpmiHamFactory = std::function<std::shared_ptr<IpmiHam>()>;
  */
 extern std::map<std::string, IpmiHamFactory> ipmiHams;
 
-/** Makes an IPMI Ham of the kind @p name; empty when there is no such kind or it fails. */
+/** Makes an IPMI Ham of the kind @p name; empty, after a trace, when there is none or it fails. */
 std::shared_ptr<IpmiHam> createIpmiHam( const std::string &name );
 
 } // namespace Ham

@@ -11,11 +11,11 @@ namespace Ham {
 
 /** What a FRU record tells of a unit; an empty text where the record has none. */
 struct FruData {
-    std::string model;
-    std::string serial;
+    std::string model;  ///< product name
+    std::string serial; ///< serial number
 };
 
-/** Sensor that tells which way a unit's air flows: this, and the unit's FRU id behind it. */
+/** Sensor that tells which way a unit's air flows: its name is this, followed by the unit's FRU id. */
 constexpr const char *airflowSensorPrefix = "AIRFLOWDIRECTION_";
 
 /**
@@ -27,6 +27,7 @@ constexpr const char *airflowSensorPrefix = "AIRFLOWDIRECTION_";
  */
 class IpmiHam {
   public:
+    /** Empty caches in good state. */
     IpmiHam() = default;
     IpmiHam( const IpmiHam & ) = delete;
     IpmiHam &operator=( const IpmiHam & ) = delete;
@@ -35,13 +36,17 @@ class IpmiHam {
     std::map<std::string, FruData> frus;        ///< FRU fields by upper-case FRU name
     int status = 0;                             ///< of the last fill; 0: good
 
-    /** Identifier of the named fan. */
+    /** The identifier of the named fan. @throws NotImplementedException unless a subclass has it */
     virtual std::string fanId( const std::string &name );
-    /** Identifier of the named supply. */
+    /** The identifier of the named supply. @throws NotImplementedException unless a subclass has it */
     virtual std::string psuId( const std::string &name );
-    /** Which way the air flows through the unit with the given FRU id. */
+    /**
+     * Which way the air flows through a unit, as its sensor tells it.
+     * @param name  the unit's FRU id
+     * @throws NotImplementedException unless a subclass has it
+     */
     virtual std::string airflowId( const std::string &name );
-    /** Tells the driver's arguments, before anything is looked up. */
+    /** Takes settings from the driver's arguments, before anything is looked up. */
     virtual void configure( const Drivers::DriverArgs &args );
     /**
      * Brings the caches up to date where they are too old; each look-up calls it first. When that
@@ -52,26 +57,43 @@ class IpmiHam {
 
     /**
      * Looks a sensor up.
+     * @param name   the sensor's name
      * @param value  receives the reading when the sensor is there, whatever the status
+     * @return `status`, or 4 when there is no such sensor
      */
     int getSensorVal( const std::string &name, std::string *value );
     /**
-     * Looks a sensor up as a decimal number; text behind the number is ignored.
+     * Looks a sensor up as a decimal number; text after the number is ignored.
+     * @param name   the sensor's name
      * @param value  receives the number on status 0
+     * @return `status`, or 4 when there is no such sensor
      * @throws std::invalid_argument for a reading that is no number, std::out_of_range for one that
      *         does not fit
      */
     int getSensorVal( const std::string &name, int *value );
+    /** The same as a floating-point number. */
     int getSensorVal( const std::string &name, float *value );
-    /** Looks a FRU up. @param data  receives the fields when the FRU is there */
+    /**
+     * Looks a FRU up.
+     * @param name  the FRU's name
+     * @param data  receives the fields when the FRU is there
+     * @return `status`, or 4 when there is no such FRU
+     */
     int getFruVal( const std::string &name, FruData &data );
 
     /**
      * Whether a fan is there, which it is when its sensor has a reading.
+     * @param name     the fan's sensor
      * @param present  always set
+     * @return `status`, or 4 when there is no such sensor
      */
     int fanPresence( const std::string &name, bool *present );
-    /** Whether a supply's FRU is there. @param model  receives its model on status 0 */
+    /**
+     * Whether a supply's FRU is there.
+     * @param name   the FRU's name
+     * @param model  receives its model on status 0
+     * @return `status`, or 4 when there is no such FRU
+     */
     int psuPresence( const std::string &name, std::string *model );
 
   protected:

@@ -14,10 +14,10 @@ enum class IpmiStateClass : uint8_t {
 
 /** One state that a discrete sensor of a BMC can assert. */
 struct IpmiState {
-    IpmiStateClass stateClass;
-    uint8_t code;          ///< event/reading type code, or sensor type
-    uint8_t offset;        ///< number of the state's bit
-    std::string_view text; ///< as ipmitool words it; the same text judges alike in every row
+    IpmiStateClass stateClass; ///< what the code is
+    uint8_t code;              ///< event/reading type code, or sensor type
+    uint8_t offset;            ///< number of the state's bit
+    std::string_view text;     ///< as ipmitool words it; the same text judges alike in every row
     /**
      * Whether a unit in this state is one that works: present, running, idle, told of something
      * that harms nothing. False for a fault, the foretelling of one, a loss of power or redundancy,

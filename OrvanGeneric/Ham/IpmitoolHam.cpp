@@ -19,7 +19,7 @@ constexpr int defaultLimit = 5;       // seconds
 constexpr int defaultCacheAge = 1000; // milliseconds
 constexpr int defaultBackOff = 5000;  // milliseconds
 
-/** The tool's own name for the BMC's FRU, which no list has. */
+/** The tool's own name for the BMC's FRU, which is on no list. */
 constexpr const char *builtinFru = "Builtin FRU Device";
 
 constexpr const char *backToFront = "backToFrontAirflow";
@@ -46,7 +46,7 @@ bool hasOption( const std::string &command, const std::string &option ) {
     return false;
 }
 
-/** The command with bounds to how often and how long it tries a remote BMC. */
+/** The command; for a remote BMC with a limit of tries and seconds, unless it has them. */
 std::string bounded( std::string command ) {
     if ( hasOption( command, "-H" ) ) {
         for ( const char *option : { "-N", "-R" } ) {
@@ -236,7 +236,7 @@ void IpmitoolHam::refreshFrus() {
 }
 
 bool IpmitoolHam::run( const std::string &arguments, std::string &output ) const {
-    // Nobody is there to answer a tool that asks, for a password for example.
+    // Nobody could answer a question of the tool, for a password for example.
     const std::string command = command_ + ' ' + arguments + " </dev/null 2>/dev/null";
     if ( run_( command.c_str(), output, limit_ ) != PL_STATUS_TRANSPORT ) {
         return true;

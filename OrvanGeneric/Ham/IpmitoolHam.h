@@ -42,12 +42,15 @@ class IpmitoolHam final : public IpmiHam {
     using Run =
         std::function<pl_status( const char *command, std::string &output, unsigned limit )>;
 
+    /** @param run  runs the tool, with the defaults above until configure() */
     explicit IpmitoolHam( Run run );
 
+    /** One that runs the tool through the shell. */
     static std::shared_ptr<IpmiHam> create();
 
     /** The model of the FRU of that name; empty where there is none. */
     std::string fanId( const std::string &name ) override;
+    /** The same as fanId(). */
     std::string psuId( const std::string &name ) override;
     /** What the airflow sensor of that FRU id reads; empty where there is none. */
     std::string airflowId( const std::string &name ) override;

@@ -20,10 +20,10 @@ using std::string_view;
 /** Record ids have 16 bits, two of which mean the first and the last record. */
 constexpr size_t mostRecords = 0xFFFE;
 
-/** No line of a list is longer; what is longer is not cut into fields. */
+/** No line of a list is longer; a longer one is passed over. */
 constexpr size_t longestLine = 1024;
 
-/** How a sensor stands to its thresholds. */
+/** What the tool prints of a sensor against its thresholds. */
 constexpr string_view statuses[] = { "ok",  "ns",  "nc",  "cr",  "nr", "lnc",
                                      "lcr", "lnr", "unc", "ucr", "unr" };
 constexpr string_view noReading = "ns";
@@ -33,7 +33,7 @@ bool isOneOf( string_view text, const string_view ( &words )[ n ] ) {
     return std::find( std::begin( words ), std::end( words ), text ) != std::end( words );
 }
 
-/** @p text without the blanks around it; an empty one still lies where the text does. */
+/** @p text without the blanks around it; always a part of @p text, also when it is empty. */
 string_view trimmed( string_view text ) {
     constexpr const char *blanks = " \t\r";
     const size_t first = text.find_first_not_of( blanks );
@@ -107,7 +107,7 @@ std::vector<string_view> fieldsOf( string_view line ) {
     }
 }
 
-/** The part of @p line in front of the comma that @p rest, which lies in the line, stands behind. */
+/** The part of @p line before the comma that precedes @p rest, which is a part of the line. */
 string_view nameBefore( string_view line, string_view rest ) {
     const size_t length = static_cast<size_t>( rest.data() - line.data() );
     const size_t comma = line.substr( 0, length ).rfind( ',' );
@@ -164,7 +164,7 @@ std::pair<string_view, string_view> fieldAndValue( string_view line ) {
     return { trimmed( line.substr( 0, colon ) ), trimmed( line.substr( colon + 1 ) ) };
 }
 
-/** What one unit's lines told so far. */
+/** What the lines of one unit told so far. */
 struct Unit {
     std::string name;
     FruData product;

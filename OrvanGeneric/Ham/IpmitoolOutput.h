@@ -48,7 +48,7 @@ struct FruList {
 };
 
 /**
- * Reads "FRU Device Description : NAME (ID n)" and the " FIELD : VALUE" lines behind it. The model is
+ * Reads "FRU Device Description : NAME (ID n)" and the " FIELD : VALUE" lines after it. The model is
  * the product's name, the serial the product's; where there is none, the board's.
  */
 FruList parseFruList( const std::string &output );

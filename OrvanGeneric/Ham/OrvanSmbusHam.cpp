@@ -18,7 +18,7 @@ namespace {
 
 constexpr uint8_t addressMask = 0x7F;
 
-/** Into the string that the entry keeps between batches; set_data would make another on the way. */
+/** Copies into the string that the entry keeps between batches; set_data would make another one. */
 void setData( Smbus::Request *entry, const void *data, size_t size ) {
     entry->mutable_data()->assign( static_cast<const char *>( data ), size );
 }

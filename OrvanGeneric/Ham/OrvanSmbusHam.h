@@ -17,34 +17,44 @@ struct Bus;
 
 namespace Ham {
 
-/** PCI address of an SMBus controller, where the device is behind one. */
+/** PCI address of the SMBus controller that leads to a device; none where there is none. */
 using PCIAddress = std::optional<uint32_t>;
 
 /**
  * SMBus through the platform's socket service: a batch becomes one Smbus::TransactionRequest.
  *
- * In front of every batch stand the requests that open the muxes on the way to the device, root
- * side first; behind it go the requests that close them, in reverse. All Hams share the process's
- * one connection (_plSock).
+ * Every batch begins with the requests that open the muxes on the way to the device, root side
+ * first, and ends with the requests that close them, in reverse. All Hams share the process's one
+ * connection (_plSock). After warm-up a batch allocates nothing.
  */
 class OrvanSmbusHam : public Ham {
   public:
-    /** The Ham of the device that @p args describe; null when it is not in the topology. */
+    /** Makes the Ham of the device that @p args describe; null when it is not in @p topology. */
     static Ham *create( const Topology::Topology &topology, const Drivers::DriverArgs &args );
     /**
-     * A Ham for the 7-bit @p address on @p bus; null when the bus is not in the topology. The walk
-     * is not stopped at the bus, so buses, accelerators and media that come behind it in the walk
-     * leave their own numbers in the path. The caller runs init() before use.
+     * Makes a Ham for a bare address on a bus. The walk is not stopped at the bus, so buses,
+     * accelerators and media that come after it in the walk leave their own numbers in the path. The
+     * caller runs init() before use.
+     * @param topology  is walked
+     * @param bus       must be in @p topology
+     * @param address   7-bit device address
+     * @return null when the bus is not in the topology
      */
     static OrvanSmbusHam *createOnBus( const Topology::Topology &topology, const Topology::Bus *bus,
                                        uint8_t address );
-    /** A Ham for a bare address. Without a PCI address its accelerator must be 0. */
+    /**
+     * Makes a Ham for a bare address, without muxes.
+     * @param address  whole, bus and accelerator included
+     * @param pci      of the controller, where there is one; otherwise the accelerator must be 0, or
+     *                 it aborts
+     */
     static OrvanSmbusHam *createFromAddress( const Topology::HamAddress &address,
                                              const PCIAddress &pci );
 
+    /** A Ham for @p hamAddress with the master type SIMULATED and no muxes. */
     explicit OrvanSmbusHam( const Topology::HamAddress &hamAddress ) : address( hamAddress ) {}
 
-    /** Builds the mux-select head that every batch begins with. */
+    /** Builds the requests that open the muxes, with which every batch begins. */
     void init() override;
     void prepare() override;
     /**
@@ -69,18 +79,22 @@ class OrvanSmbusHam : public Ham {
     uint16_t get16( ResponseId id ) override;
     std::string getBlock( ResponseId id, unsigned len ) override;
 
-    /** Sets and gives the 7-bit device address. */
+    /** Sets the device address, of which 7 bits count. */
     virtual void setAddress( uint8_t deviceAddress );
+    /** The 7-bit device address. */
     virtual uint8_t getAddress();
-    /** Sets and gives the bus number, 7 bits. */
+    /** Sets the bus number, of which 7 bits count. */
     virtual void setBus( uint8_t bus );
+    /** The bus number, 7 bits. */
     virtual uint8_t getBus();
 
     /** What every request of this Ham carries, muxes left out. */
     const Topology::HamAddress &hamAddress() const { return address; }
+    /** PCI address of the controller; 0 where there is none. */
     uint32_t pciAddress() const { return pci; }
+    /** What kind of controller the service is to use. */
     Smbus::MasterType master() const { return masterType; }
-    /** The muxes on the way to the device, root side first. */
+    /** The muxes on the way to the device, root side first; not owned by the caller. */
     const std::vector<Component::LogicalDevice::Mux *> &muxPath() const { return muxes; }
 
   private:

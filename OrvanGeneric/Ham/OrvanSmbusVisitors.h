@@ -16,6 +16,7 @@ namespace Ham {
 class OrvanSmbusVisitor : public Topology::TopologyVisitor {
   public:
     using TopologyVisitor::visit;
+    /** Adds the mux, whose channel is the bus visited last; makes the mux's driver if need be. */
     bool visit( const Topology::Mux *node ) override;
     bool visit( const Topology::Bus *node ) override;
     bool visit( const Topology::Accelerator *node ) override;
@@ -27,9 +28,9 @@ class OrvanSmbusVisitor : public Topology::TopologyVisitor {
     bool visit( const Topology::LinuxFs *node ) override;
     bool visit( const Topology::SccSpi *node ) override;
 
-    bool found = false;
-    OrvanSmbusHam *ham = nullptr;
-    int busId = -1;
+    bool found = false;           ///< whether the target was found
+    OrvanSmbusHam *ham = nullptr; ///< made when the target is found; the caller's
+    int busId = -1;               ///< id of the bus visited last since then
 
   protected:
     ~OrvanSmbusVisitor() = default;
@@ -43,6 +44,7 @@ class OrvanSmbusVisitor : public Topology::TopologyVisitor {
 /** Finds the device, or the component's device, that driver arguments name. */
 class OrvanSmbusDriverVisitor final : public OrvanSmbusVisitor {
   public:
+    /** @param args  name the target; must outlive the visitor */
     explicit OrvanSmbusDriverVisitor( const Drivers::DriverArgs &args ) : args_( args ) {}
 
     using OrvanSmbusVisitor::visit;
@@ -56,6 +58,10 @@ class OrvanSmbusDriverVisitor final : public OrvanSmbusVisitor {
 /** Finds a bus. It never stops the walk: what is visited later overwrites the path. */
 class OrvanSmbusBusIdVisitor final : public OrvanSmbusVisitor {
   public:
+    /**
+     * @param bus      the target
+     * @param address  7-bit device address for the Ham
+     */
     OrvanSmbusBusIdVisitor( const Topology::Bus *bus, uint8_t address )
         : bus_( bus ), address_( address ) {}
 

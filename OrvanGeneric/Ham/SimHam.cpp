@@ -258,7 +258,7 @@ std::unique_ptr<SimFile> SimHam::openFile( SimFile::Access access ) {
 void SimHam::writeToFile( const std::string &value ) {
     assert( simFileExists_ );
     assert( isAddrSimulated() );
-    // One descriptor does it all: closing another one of the same file would drop the lock.
+    // A single descriptor for everything: closing a second one of the file would drop the lock.
     const std::unique_ptr<SimFile> file = openFile( SimFile::Access::Write );
     if ( !file ) {
         return;
@@ -275,7 +275,7 @@ void SimHam::writeToFile( const std::string &value ) {
     assert( mm != ((void *) -1) );
     // clang-format on
     const size_t offset = offsets_.at( savedReg_ );
-    // A number takes two digits a byte, a text register has room for one: what does not fit is cut.
+    // A number has two digits for each byte, a text register one character: what does not fit is cut.
     std::memcpy( static_cast<char *>( mm ) + offset, value.data(),
                  std::min( value.size(), fileSize_ - offset ) );
     munmap( mm, fileSize_ );

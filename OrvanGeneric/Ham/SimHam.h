@@ -24,6 +24,7 @@ namespace Ham {
  */
 class SimHam : public Ham {
   public:
+    /** A Ham without a file yet; the arguments are not looked at. */
     static Ham *create( const Topology::Topology &topology, const Drivers::DriverArgs &args );
 
     void init() override {}
@@ -50,8 +51,9 @@ class SimHam : public Ham {
 
     /** Path of the device's file; empty before setDriverName. */
     const std::string &simFileName() const { return simFileName_; }
+    /** Whether the device has a file. */
     bool simFileExists() const { return simFileExists_; }
-    /** Where each register stands in the file. */
+    /** Where each register begins in the file, in characters. */
     const std::map<unsigned, size_t> &offsets() const { return offsets_; }
 
     /** Remembers the register of the operation being performed. */
@@ -85,7 +87,7 @@ class SimHam : public Ham {
     unsigned savedReg_ = 0;
     /** The registers of the current batch, by response id. */
     std::vector<unsigned> batch_;
-    /** prepare() does nothing, so the first add behind an execute() begins the next batch. */
+    /** prepare() does nothing, so the first add after an execute() begins the next batch. */
     bool executed_ = false;
 };
 

@@ -16,7 +16,7 @@
 
 #include <pl/host.h>
 
-// The client also serves in programs that are no host.
+// Programs without these services use the client as well.
 extern "C" __attribute__( ( weak ) ) void pl_fd_watcher_delete( uint32_t watcher );
 
 namespace PlatformLibrary {
@@ -96,7 +96,7 @@ milliseconds timeoutFromEnvironment() {
     return milliseconds( number );
 }
 
-/** Sets one of a socket's own time-outs to half of @p time: it ends late, but never that late. */
+/** Sets one of a socket's own time-outs to half of @p time: it ends late, but not by so much. */
 bool halfTimeoutIs( int fd, int option, std::chrono::microseconds time ) {
     const auto half = std::max( time / 2, std::chrono::microseconds( 1 ) ); // 0 would be for ever
     const auto seconds = std::chrono::floor<std::chrono::seconds>( half );
@@ -120,7 +120,7 @@ bool addressFromEnvironment( sockaddr_un &address ) {
 
 /**
  * Connects @p fd. It waits in connect(2) itself, which alone can wait for room in the service's
- * backlog: poll(2) does not report that, and a non-blocking attempt fails at once.
+ * backlog: poll(2) does not report that, and a non-blocking attempt fails immediately.
  */
 bool connectWithin( int fd, const sockaddr_un &address, Deadline &deadline ) {
     deadline.takeCoarseWait(); // it is taken here
@@ -225,7 +225,7 @@ uint32_t getBigEndian32( const uint8_t *from ) {
 /** What receiveFrame found. */
 struct ReceivedFrame {
     bool complete;      ///< false: errno is set
-    size_t messageSize; ///< of the message behind the header in the buffer
+    size_t messageSize; ///< of the message after the header in the buffer
     bool surplus;       ///< more followed that nobody asked for
 };
 
@@ -334,8 +334,8 @@ int PLSocket::sendRequestWait( const Smbus::TransactionRequest *request,
         if ( sendFrame( fd_, sendBuffer_.data(), frameSize, deadline, sent ) ) {
             break;
         }
-        // An old connection that went after the look at it has taken nothing: once more, on a new
-        // one. As soon as a byte went out, the service may have acted on the transaction.
+        // An old connection that was lost before a byte went out: try again on a new one. After a
+        // byte went out the service may have acted on the transaction.
         const bool gone = errno == EPIPE || errno == ECONNRESET;
         if ( isNew || sent > 0 || !gone ) {
             return -1;
@@ -352,7 +352,7 @@ int PLSocket::sendRequestWait( const Smbus::TransactionRequest *request,
         errno = EBADMSG;
         return -1;
     }
-    // This reply is the right one, being the first; what follows it would be the next call's.
+    // The first reply is the right one; what follows it would be taken for the next call's.
     if ( !frame.surplus ) {
         static_cast<void>( closeOnFailure.release() );
     }

@@ -11,6 +11,7 @@
 extern "C" {
 #endif
 
+/** A fan as the host knows it. */
 typedef struct pl_fan pl_fan;
 
 /** Callbacks of a fan. */
@@ -26,9 +27,9 @@ typedef struct pl_fan_ops {
 
 /** A fan as the host knows it. Owned by the driver library, valid as long as the process. */
 struct pl_fan {
-    uint32_t id;
-    const pl_fan_ops *ops;
-    void *priv; ///< the library's own
+    uint32_t id;           ///< for the host's use; 0 at first
+    const pl_fan_ops *ops; ///< what it can do; never null
+    void *priv;            ///< the library's own
 };
 
 /**

@@ -1,6 +1,6 @@
 /**
  * @file
- * * Services that a host offers to a driver library.
+ * Services that a host offers to a driver library.
  *
  * A driver library refers to all of them weakly: it loads in a host that lacks any of them and runs
  * as far as it can without. All are called on the host's one event thread.
@@ -14,6 +14,10 @@
 extern "C" {
 #endif
 
+/**
+ * @def PL_PRINTF_LIKE
+ * Has the compiler check a printf format: the numbers of its parameter and of its first argument.
+ */
 #if defined( __GNUC__ )
 #define PL_PRINTF_LIKE( text, first ) __attribute__( ( __format__( __printf__, text, first ) ) )
 #else

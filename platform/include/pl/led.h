@@ -11,17 +11,18 @@
 extern "C" {
 #endif
 
+/** An LED as the host knows it. */
 typedef struct pl_led pl_led;
 
 /** What an LED is to show. Colours and blinking are the driver's choice. */
 typedef enum pl_led_status {
-    PL_LED_STATUS_OFF = 0,
-    PL_LED_STATUS_GOOD = 1,
-    PL_LED_STATUS_WARNING = 2,
-    PL_LED_STATUS_BAD = 3,
-    PL_LED_STATUS_INACTIVE = 4,
-    PL_LED_STATUS_UNKNOWN = 5,
-    PL_LED_STATUS_BEACON = 6 ///< blinks, so that somebody finds the unit
+    PL_LED_STATUS_OFF = 0,      ///< dark
+    PL_LED_STATUS_GOOD = 1,     ///< all is well
+    PL_LED_STATUS_WARNING = 2,  ///< needs attention
+    PL_LED_STATUS_BAD = 3,      ///< failed
+    PL_LED_STATUS_INACTIVE = 4, ///< not in use
+    PL_LED_STATUS_UNKNOWN = 5,  ///< state not known
+    PL_LED_STATUS_BEACON = 6    ///< blinks, so that somebody finds the unit
 } pl_led_status;
 
 /** Callbacks of an LED. */
@@ -33,9 +34,9 @@ typedef struct pl_led_ops {
 
 /** An LED as the host knows it. Owned by the driver library, valid as long as the process. */
 struct pl_led {
-    uint32_t id;
-    const pl_led_ops *ops;
-    void *priv; ///< the library's own
+    uint32_t id;           ///< for the host's use; 0 at first
+    const pl_led_ops *ops; ///< what it can do; never null
+    void *priv;            ///< the library's own
 };
 
 /**

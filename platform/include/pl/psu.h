@@ -11,6 +11,7 @@
 extern "C" {
 #endif
 
+/** A supply as the host knows it. */
 typedef struct pl_psu pl_psu;
 
 /** Callbacks of a supply. Outputs are set on PL_STATUS_OK only, unless the driver says otherwise. */
@@ -19,19 +20,25 @@ typedef struct pl_psu_ops {
     pl_status ( *reserved )( pl_psu *psu ); ///< empty
     /** 1: the output is good; 0: off. PL_STATUS_FAULT: input is there, but the output is bad. */
     pl_status ( *get_power_ok )( pl_psu *psu, int *ok );
+    /** Reads the input current in amperes. */
     pl_status ( *get_input_current )( pl_psu *psu, float *amperes );
+    /** Reads the output current in amperes. */
     pl_status ( *get_output_current )( pl_psu *psu, float *amperes );
+    /** Reads the input voltage in volts. */
     pl_status ( *get_input_voltage )( pl_psu *psu, float *volts );
+    /** Reads the output voltage in volts. */
     pl_status ( *get_output_voltage )( pl_psu *psu, float *volts );
+    /** Reads the input power in watts. */
     pl_status ( *get_input_power )( pl_psu *psu, float *watts );
+    /** Reads the output power in watts. */
     pl_status ( *get_output_power )( pl_psu *psu, float *watts );
 } pl_psu_ops;
 
 /** A supply as the host knows it. Owned by the driver library, valid as long as the process. */
 struct pl_psu {
-    uint32_t id;
-    const pl_psu_ops *ops;
-    void *priv; ///< the library's own
+    uint32_t id;           ///< for the host's use; 0 at first
+    const pl_psu_ops *ops; ///< what it can do; never null
+    void *priv;            ///< the library's own
 };
 
 /**

@@ -11,6 +11,7 @@
 extern "C" {
 #endif
 
+/** A slot as the host knows it. */
 typedef struct pl_slot pl_slot;
 
 /** Callbacks of a slot. */
@@ -25,9 +26,9 @@ typedef struct pl_slot_ops {
 
 /** A slot as the host knows it. Owned by the driver library, valid as long as the process. */
 struct pl_slot {
-    uint32_t id;
-    const pl_slot_ops *ops;
-    void *priv; ///< the library's own
+    uint32_t id;            ///< for the host's use; 0 at first
+    const pl_slot_ops *ops; ///< what it can do; never null
+    void *priv;             ///< the library's own
 };
 
 /**

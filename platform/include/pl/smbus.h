@@ -11,30 +11,45 @@
 extern "C" {
 #endif
 
+/** An endpoint as the host knows it. */
 typedef struct pl_smbus pl_smbus;
 
-/** Callbacks of a raw SMBus endpoint, named after the SMBus operations. Words are host integers. */
+/**
+ * Callbacks of a raw SMBus endpoint, named after the bus protocols of the SMBus specification. Words
+ * are host integers; on the wire the low byte comes first. Outputs are set on PL_STATUS_OK only.
+ */
 typedef struct pl_smbus_ops {
     uint32_t size; ///< of this table, in bytes
+    /** Addresses the device without data; @p read is the read/write bit. */
     pl_status ( *quick_command )( pl_smbus *smbus, int read );
+    /** Reads a byte without a command. */
     pl_status ( *receive_byte )( pl_smbus *smbus, unsigned char *value );
+    /** Writes a byte without a command. */
     pl_status ( *send_byte )( pl_smbus *smbus, unsigned char value );
+    /** Reads a byte. */
     pl_status ( *read_byte )( pl_smbus *smbus, unsigned char command, unsigned char *value );
+    /** Writes a byte. */
     pl_status ( *write_byte )( pl_smbus *smbus, unsigned char command, unsigned char value );
+    /** Reads a word. */
     pl_status ( *read_word )( pl_smbus *smbus, unsigned char command, unsigned short *value );
+    /** Writes a word. */
     pl_status ( *write_word )( pl_smbus *smbus, unsigned char command, unsigned short value );
     /** The device decides how much comes: @p data must hold 255 bytes; @p length is set. */
     pl_status ( *block_read )( pl_smbus *smbus, unsigned char command, unsigned char *data,
                                unsigned int *length );
+    /** Writes @p length bytes, their number before them. */
     pl_status ( *block_write )( pl_smbus *smbus, unsigned char command, const unsigned char *data,
                                 unsigned int length );
     /** Reads exactly @p length bytes; fewer answer PL_STATUS_TRANSPORT and leave @p data alone. */
     pl_status ( *i2c_block_read )( pl_smbus *smbus, unsigned char command, unsigned char *data,
                                    unsigned int length );
+    /** Writes @p length bytes without their number. */
     pl_status ( *i2c_block_write )( pl_smbus *smbus, unsigned char command,
                                     const unsigned char *data, unsigned int length );
+    /** Writes a word, then reads one into @p reply. */
     pl_status ( *process_call )( pl_smbus *smbus, unsigned char command, unsigned short value,
                                  unsigned short *reply );
+    /** Writes a block, then reads one; @p reply must hold 255 bytes, @p reply_length is set. */
     pl_status ( *block_process_call )( pl_smbus *smbus, unsigned char command,
                                        const unsigned char *data, unsigned char length,
                                        unsigned char *reply, unsigned char *reply_length );
@@ -42,9 +57,9 @@ typedef struct pl_smbus_ops {
 
 /** An endpoint as the host knows it. Owned by the driver library, valid as long as the process. */
 struct pl_smbus {
-    uint32_t id;
-    const pl_smbus_ops *ops;
-    void *priv; ///< the library's own
+    uint32_t id;             ///< for the host's use; 0 at first
+    const pl_smbus_ops *ops; ///< what it can do; never null
+    void *priv;              ///< the library's own
 };
 
 /**

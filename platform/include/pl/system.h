@@ -11,16 +11,18 @@
 extern "C" {
 #endif
 
+/** The system as the host knows it. */
 typedef struct pl_system pl_system;
 
-/** Sizes of the texts that get_reload_cause fills. */
-#define PL_RELOAD_CAUSE_SIZE 100
-#define PL_RELOAD_DESCRIPTION_SIZE 500
+#define PL_RELOAD_CAUSE_SIZE 100       ///< room for the cause that get_reload_cause fills, in bytes
+#define PL_RELOAD_DESCRIPTION_SIZE 500 ///< room for its description, in bytes
 
 /** Callbacks of the system. */
 typedef struct pl_system_ops {
     uint32_t size; ///< of this table, in bytes
+    /** Switches the switch off. */
     pl_status ( *poweroff )( pl_system *system );
+    /** Switches the switch off and on again. */
     pl_status ( *powercycle )( pl_system *system );
     /** PL_STATUS_UNSUPPORTED: the board keeps no cause; nothing is written. */
     pl_status ( *get_reload_cause )( pl_system *system, char *cause, long *time,
@@ -30,8 +32,8 @@ typedef struct pl_system_ops {
 
 /** The system as the host knows it. Owned by the driver library, valid as long as the process. */
 struct pl_system {
-    uint32_t id;
-    const pl_system_ops *ops;
+    uint32_t id;              ///< 0
+    const pl_system_ops *ops; ///< what it can do; never null
 };
 
 /**

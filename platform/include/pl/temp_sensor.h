@@ -11,6 +11,7 @@
 extern "C" {
 #endif
 
+/** A sensor as the host knows it. */
 typedef struct pl_temp_sensor pl_temp_sensor;
 
 /** Callbacks of a temperature sensor. */
@@ -23,9 +24,9 @@ typedef struct pl_temp_sensor_ops {
 
 /** A sensor as the host knows it. Owned by the driver library, valid as long as the process. */
 struct pl_temp_sensor {
-    uint32_t id;
-    const pl_temp_sensor_ops *ops;
-    void *priv; ///< the library's own
+    uint32_t id;                   ///< for the host's use; 0 at first
+    const pl_temp_sensor_ops *ops; ///< what it can do; never null
+    void *priv;                    ///< the library's own
 };
 
 /**
@@ -37,9 +38,10 @@ struct pl_temp_sensor {
 pl_status pl_temp_sensor_init( const char *topology );
 
 /**
- * Adds the sensor that @p description (JSON text) describes; null on failure.
- * @param alert     warning threshold, degrees Celsius
- * @param critical  critical threshold, degrees Celsius
+ * Adds a sensor; null on failure.
+ * @param description  what to add, JSON text
+ * @param alert        warning threshold, degrees Celsius
+ * @param critical     critical threshold, degrees Celsius
  */
 pl_temp_sensor *pl_temp_sensor_add( const char *description, float alert, float critical );
 
