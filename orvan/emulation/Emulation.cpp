@@ -121,8 +121,8 @@ void Emulation::start( const EmulationOptions &options, const common::Descriptor
     common::ChildOptions how;
     how.descriptors = { { ready.get(), ready.get() } };
     how.signalAtParentsEnd = SIGTERM;
-    how.ownGroup =
-        true; // a terminal's Ctrl-C is for orvan alone, which ends the service in its own time
+    // A terminal's Ctrl-C is for orvan alone, which ends the service in its own time.
+    how.ownGroup = true;
     how.endLimit = options.endLimit;
     service_ = common::Child( words, how );
     endLimitMs = static_cast<int>( options.endLimit.count() );
@@ -144,9 +144,9 @@ void Emulation::awaitReady( const EmulationOptions &options, const common::Descr
                                      socket_, options.startLimit.count() ) );
     }
     char line = 0;
-    if ( ::read( ready.get(), &line, 1 ) !=
-         1 ) {                      // the pipe ended without the line: the service did too
-        service_.signal( SIGKILL ); // no effect on one that is ending; its own code stays
+    if ( ::read( ready.get(), &line, 1 ) != 1 ) {
+        // The pipe ended without the line: so did the service, whose own code a signal leaves alone.
+        service_.signal( SIGKILL );
         runningService = -1;
         throw BadInput(
             fmt::format( "{} {} before it listened", options.service, service_.wait().text() ) );
