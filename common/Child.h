@@ -52,8 +52,8 @@ class Child {
      * Throws std::system_error, "cannot start PROGRAM", when it cannot be executed.
      */
     explicit Child( const std::vector<std::string> &words, const ChildOptions &options = {} );
-    Child( Child &&other ) noexcept;
-    Child &operator=( Child &&other ) noexcept;
+    Child( Child &&other ) noexcept; ///< takes over the process; @p other has none afterwards
+    Child &operator=( Child &&other ) noexcept; ///< likewise, after it has ended its own
     /** Ends it, if it is still there, as end() does. */
     ~Child();
 

@@ -11,8 +11,8 @@ class Descriptor {
     Descriptor() = default;
     /** Takes @p number over; a negative number is none. */
     explicit Descriptor( int number ) noexcept : number_( number ) {}
-    Descriptor( Descriptor &&other ) noexcept : number_( other.release() ) {}
-    Descriptor &operator=( Descriptor &&other ) noexcept;
+    Descriptor( Descriptor &&other ) noexcept : number_( other.release() ) {} ///< takes it over
+    Descriptor &operator=( Descriptor &&other ) noexcept; ///< takes it over and closes its own
     ~Descriptor() { close(); }
 
     /** The descriptor, still owned by this object; -1 when there is none. */

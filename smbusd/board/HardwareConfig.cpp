@@ -273,7 +273,7 @@ Fault readFault( const JsonView &json, const Board &board ) {
 
     // A parameter is only for the kinds that know it.
     const auto parameter = [ & ]( std::string_view key, std::initializer_list<Fault::Kind> kinds ) {
-        const auto found = json.find( key );
+        auto found = json.find( key );
         if ( found && std::find( kinds.begin(), kinds.end(), fault.kind ) == kinds.end() ) {
             found->fail( fmt::format( "no \"{}\" for the kind {}", key, kind.text() ) );
         }
