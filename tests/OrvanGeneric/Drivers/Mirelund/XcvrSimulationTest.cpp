@@ -151,7 +151,7 @@ TEST_F( XcvrSimulationTest, ZQsfpExpanderWritesItsOwnDirections ) {
     ham_.setDriverName( "MireZQSFP", "" );
     ham_.setExpected( expander.expectedValues() );
     EXPECT_EQ( expander.init(), 0 );
-    file_ = folder_ + "/MireZQSFP";
+    file_ = folder_.file( "MireZQSFP" );
     EXPECT_EQ( fileText(), "7737332277373322"
                            "66666666\n" );
 }
