@@ -79,23 +79,31 @@ bool load( const Options &options, Board &board, const Streams &streams ) {
     return !problems.hasErrors();
 }
 
-ExitCode runOnBoard( const Options &options, const Board &board, Command &command,
-                     const Streams &streams ) {
-    std::optional<Emulation> emulation;
-    std::optional<BmcEmulation> bmc;
-    std::string socket = options.socket;
-    if ( options.emulate ) {
-        emulation.emplace( EmulationOptions{
-            options.service.empty() ? defaultServicePath() : options.service, board.hardware(),
-            options.socket, options.control, options.serviceLog } );
-        socket = emulation->socket();
+/** The emulated hardware of one run; it ends with the object. */
+struct EmulatedHardware {
+    EmulatedHardware( const Options &options, const Board &board )
+        : service( EmulationOptions{
+              options.service.empty() ? defaultServicePath() : options.service, board.hardware(),
+              options.socket, options.control, options.serviceLog } ) {
         if ( BmcEmulation::isDescribedIn( board.folder ) ) {
             bmc.emplace( BmcOptions{ board.folder } );
             ::setenv( bmcPortVariable, std::to_string( bmc->port() ).c_str(), 1 );
             ::setenv( bmcConsoleVariable, std::to_string( bmc->console() ).c_str(), 1 );
         }
     }
+
+    Emulation service;
+    std::optional<BmcEmulation> bmc; // of boards that have one
+};
+
+ExitCode runOnBoard( const Options &options, const Board &board, Command &command,
+                     const Streams &streams ) {
+    std::optional<EmulatedHardware> emulated;
+    if ( options.emulate ) {
+        emulated.emplace( options, board );
+    }
     // The library's client reads the variable when the first kind is initialised.
+    const std::string socket = emulated ? emulated->service.socket() : options.socket;
     if ( !socket.empty() ) {
         ::setenv( socketVariable, socket.c_str(), 1 );
     }
@@ -115,7 +123,7 @@ ExitCode runOnBoard( const Options &options, const Board &board, Command &comman
     } );
 
     const Library library( options.library.empty() ? defaultLibraryPath() : options.library );
-    if ( !emulation && !accepts( effectiveSocket ) ) {
+    if ( !emulated && !accepts( effectiveSocket ) ) {
         streams.error << fmt::format(
             "no SMBus service at {} yet; the library waits up to 30 s for it\n", effectiveSocket );
     }

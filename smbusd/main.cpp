@@ -1,6 +1,7 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <string>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <asio/signal_set.hpp>
 #include <fmt/format.h>
 
+#include "common/SocketPaths.h"
 #include "smbusd/base/AsioScheduler.h"
 #include "smbusd/board/HardwareConfig.h"
 #include "smbusd/control/ControlService.h"
@@ -21,7 +23,7 @@ constexpr int exitBadConfiguration = 2;
 
 struct Options {
     std::string config;
-    std::string socket = "/run/smbusd.sock";
+    std::string socket = common::defaultSocketPath;
     std::string control;
     std::string mode = "0600";
     std::string logLevel = "info";
@@ -39,28 +41,42 @@ mode_t modeOf( const std::string &text ) {
     return static_cast<mode_t>( mode );
 }
 
+/** A socket that the service manager handed over, or a new one on a path. */
+std::unique_ptr<smbusd::ListenSocket> listenOn( int inherited, const std::string &path,
+                                                const std::string &mode ) {
+    return inherited >= 0 ? std::make_unique<smbusd::ListenSocket>( inherited )
+                          : std::make_unique<smbusd::ListenSocket>( path, modeOf( mode ) );
+}
+
+/** A byte and the end of the pipe tell whoever started the service that it can be used. */
+void tellReady( int descriptor, smbusd::Log &log ) {
+    if ( descriptor < 0 ) {
+        return;
+    }
+    if ( ::write( descriptor, "\n", 1 ) != 1 ) {
+        log.warning( "nobody waits at the ready descriptor {}", descriptor );
+    }
+    ::close( descriptor );
+}
+
 int run( const Options &options ) {
     using namespace smbusd;
     Log log( logLevelFromName( options.logLevel ).value() );
     asio::io_context loop( 1 );
     AsioScheduler scheduler( loop );
-    Board board( scheduler, log );
-    loadHardware( options.config, board, linuxBusFactory( scheduler, log ) );
+    Hardware hardware( scheduler, log );
+    loadHardware( options.config, hardware, linuxBusFactory( scheduler, log ) );
     if ( options.checkOnly ) {
-        fmt::print( "{}: {} buses, {} chips\n", options.config, board.buses().size(),
-                    board.chips().size() );
+        fmt::print( "{}: {} buses, {} chips\n", options.config, hardware.buses().size(),
+                    hardware.chips().size() );
         return EXIT_SUCCESS;
     }
 
     const InheritedSockets inherited = inheritedSockets();
-    const auto listenOn = [ & ]( int descriptor, const std::string &path ) {
-        return descriptor >= 0 ? std::make_unique<ListenSocket>( descriptor )
-                               : std::make_unique<ListenSocket>( path, modeOf( options.mode ) );
-    };
-    const auto socket = listenOn( inherited.service, options.socket );
-    const auto controlSocket =
-        listenOn( inherited.control,
-                  options.control.empty() ? options.socket + ".control" : options.control );
+    const std::string control =
+        options.control.empty() ? common::controlPathOf( options.socket ) : options.control;
+    const auto socket = listenOn( inherited.service, options.socket, options.mode );
+    const auto controlSocket = listenOn( inherited.control, control, options.mode );
 
     asio::signal_set signals( loop, SIGTERM, SIGINT );
     signals.async_wait( [ & ]( std::error_code error, int signal ) {
@@ -69,19 +85,13 @@ int run( const Options &options ) {
             loop.stop();
         }
     } );
-    Dispatcher dispatcher( board );
-    Service service( loop, *socket, board, dispatcher, options.maxClients );
-    Control control( board, dispatcher, [ &service ] { return service.clients(); } );
-    ControlService controlService( loop, *controlSocket, control, dispatcher );
-    log.info( "listens on {}: {} buses, {} chips", socket->path(), board.buses().size(),
-              board.chips().size() );
-    if ( options.readyDescriptor >= 0 ) {
-        // A byte and the end of the pipe tell whoever started the service that it can be used.
-        if ( ::write( options.readyDescriptor, "\n", 1 ) != 1 ) {
-            log.warning( "nobody waits at the ready descriptor {}", options.readyDescriptor );
-        }
-        ::close( options.readyDescriptor );
-    }
+    Dispatcher dispatcher( hardware );
+    Service service( loop, *socket, hardware, dispatcher, options.maxClients );
+    Control requests( hardware, dispatcher, [ &service ] { return service.clients(); } );
+    ControlService controlService( loop, *controlSocket, requests, dispatcher );
+    log.info( "listens on {}: {} buses, {} chips", socket->path(), hardware.buses().size(),
+              hardware.chips().size() );
+    tellReady( options.readyDescriptor, log );
     loop.run();
     return EXIT_SUCCESS;
 }

@@ -34,18 +34,22 @@ class GPIOExpander : public Component::HardwareDevice {
     pl_status getOutBank( uint8_t n, uint8_t *value );
     /** An input bit, through the cache; the single number is a pin: eight to a bank. */
     pl_status readBit( uint8_t bank, uint8_t bit, bool *value );
+    /** Likewise, by pin: bank times eight plus bit. */
     pl_status readBit( uint8_t pin, bool *value );
     /** Changes an output bit; save() brings it to the chip. */
     pl_status writeBit( uint8_t bank, uint8_t bit, bool value );
+    /** Likewise, by pin: bank times eight plus bit. */
     pl_status writeBit( uint8_t pin, bool value );
     /** Writes every bank that was read or changed since the last time, in one transaction. */
     pl_status save();
     /** Writes the configuration register of every bank: @p config holds a byte for each. */
     pl_status writeConfig( const uint8_t *config );
 
+    /** The output register of bank @p n. */
     uint8_t outputBankAddr( uint8_t n ) const {
         return static_cast<uint8_t>( outputBankBase_ + n );
     }
+    /** The configuration register of bank @p n. */
     uint8_t configBankAddr( uint8_t n ) const {
         return static_cast<uint8_t>( configBankBase_ + n );
     }

@@ -17,6 +17,7 @@ class GenericPCA9555 : public GPIOExpander {
     /** A pin as a GPIO line. Each change is a transaction of its own. */
     class ExpGpio : public Component::LogicalDevice::Gpio {
       public:
+        /** @param args  name the pin; @param expander  outlives the line */
         ExpGpio( const DriverArgs &args, GenericPCA9555 *expander );
 
         pl_status bitClear() override;
@@ -30,6 +31,7 @@ class GenericPCA9555 : public GPIOExpander {
         int bit;
     };
 
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
 
     /** @param config  a direction byte for each bank; at most two banks */

@@ -14,6 +14,7 @@ class GenericSmbusMux : public Component::HardwareDevice {
     /** One downstream channel. */
     class Mux : public Component::LogicalDevice::Mux {
       public:
+        /** @param select  the mask that opens the channel */
         Mux( GenericSmbusMux *driver, uint8_t select ) : driver_( driver ), select_( select ) {}
 
         bool selectRequest( Ham::Ham *ham ) override;
@@ -26,6 +27,7 @@ class GenericSmbusMux : public Component::HardwareDevice {
         uint8_t select_;
     };
 
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
 
     /** @param select  its low byte is what opens the channel */

@@ -36,6 +36,7 @@ class Ipmi : public Component::HardwareDevice {
      */
     class Psu final : public Component::LogicalDevice::Psu {
       public:
+        /** @param ham  shared by all of the BMC's units */
         Psu( std::shared_ptr<Ham::IpmiHam> ham, uint8_t psuId, const std::string &ipmiKey );
 
         pl_status get_power_ok( int *ok ) override;
@@ -46,6 +47,7 @@ class Ipmi : public Component::HardwareDevice {
         pl_status get_input_power( float *watts ) override;
         pl_status get_output_power( float *watts ) override;
 
+        /** 1 or 2. */
         uint8_t psuId() const { return psuId_; }
 
       private:
@@ -63,6 +65,7 @@ class Ipmi : public Component::HardwareDevice {
     /** A fan; takes "fanId" (decimal, 1 to 7) and "maxRpm" or, without it, "maxFanRpm". */
     class Fan : public Component::LogicalDevice::Fan {
       public:
+        /** @param maxRpm  the speed that counts as 100 percent */
         Fan( std::shared_ptr<Ham::IpmiHam> ham, uint8_t fanId, int maxRpm,
              const std::string &ipmiKey );
 
@@ -70,7 +73,9 @@ class Ipmi : public Component::HardwareDevice {
         /** Aborts: the BMC alone sets the speed. */
         pl_status setRpm( int rpm ) override;
 
+        /** 1 to 7. */
         uint8_t fanId() const { return fanId_; }
+        /** The speed that counts as 100 percent, in revolutions per minute. */
         int maxRpm() const { return maxRpm_; }
 
       private:
@@ -80,8 +85,10 @@ class Ipmi : public Component::HardwareDevice {
         std::string ipmiKey_;
     };
 
+    /** A temperature sensor of the BMC. */
     class TempSensor : public Component::LogicalDevice::TempSensor {
       public:
+        /** @param ipmiKey  the sensor's name */
         TempSensor( std::shared_ptr<Ham::IpmiHam> ham, const std::string &ipmiKey );
 
         pl_status getTemperature( float *celsius ) override;
@@ -124,6 +131,7 @@ class Ipmi : public Component::HardwareDevice {
     /** Null when "hamType" is missing or there is no such Ham. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
 
+    /** @param fruId  names the sensor of the airflow direction; empty: none */
     Ipmi( const std::string &fruId, std::shared_ptr<Ham::IpmiHam> ipmiHam );
 
     int init() override;

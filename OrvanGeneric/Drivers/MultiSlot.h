@@ -16,6 +16,7 @@ namespace Drivers {
  */
 class MultiSlot : public Component::MultiDevice {
   public:
+    /** The bay, which asks its parts for the unit. */
     class Slot : public Component::LogicalDevice::Slot {
       public:
         /** Adds every part of @p multiSlot. @param index  the slot's id less 1 */
@@ -34,6 +35,7 @@ class MultiSlot : public Component::MultiDevice {
         pl_slot *lastSubSlot_ = nullptr;
     };
 
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::MultiDevice *create( const DriverArgs &args, Ham::Ham *ham );
 
     Component::LogicalDevice::Slot *newSlot( const DriverArgs &args ) override;

@@ -5,6 +5,7 @@
 /** The PCA9555, a GPIO expander with two banks of eight lines (NXP data sheet PCA9555, table 4). */
 namespace Drivers::Pca9555 {
 
+/** Banks of eight lines. */
 constexpr uint8_t banks = 2;
 
 /** Those for inverted inputs, 4 and 5, are left alone. */

@@ -17,8 +17,10 @@ namespace Drivers {
  */
 class Pmbus : public Component::HardwareDevice {
   public:
+    /** The supply's measurements, read from it at each call. */
     class Psu final : public Component::LogicalDevice::Psu {
       public:
+        /** @param pmbus  the supply; outlives this object */
         explicit Psu( Pmbus *pmbus ) : pmbus_( pmbus ) {}
 
         pl_status get_power_ok( int *ok ) override;
@@ -35,11 +37,12 @@ class Pmbus : public Component::HardwareDevice {
 
     /** Where a fan of the supply is read and driven, and its bit in STATUS_FANS_1_2. */
     struct FanRegisters {
-        uint8_t speed;
-        uint8_t command;
-        uint8_t faultMask;
+        uint8_t speed;     ///< READ_FAN_SPEED_n
+        uint8_t command;   ///< FAN_COMMAND_n
+        uint8_t faultMask; ///< its fault bit
     };
 
+    /** A fan of the supply. */
     class Fan : public Component::LogicalDevice::Fan {
       public:
         /** @param index  0 or 1; @param maxFanRpm  the speed at full duty; @param pec  for writes */
@@ -58,8 +61,10 @@ class Pmbus : public Component::HardwareDevice {
         bool pec_;
     };
 
+    /** One of the supply's temperatures. */
     class TempSensor : public Component::LogicalDevice::TempSensor {
       public:
+        /** @param id  1 to 3; @param reg  the command that reads it */
         TempSensor( Pmbus *pmbus, uint8_t id, uint8_t reg )
             : pmbus_( pmbus ), id_( id ), reg_( reg ) {}
 
@@ -73,6 +78,7 @@ class Pmbus : public Component::HardwareDevice {
         uint8_t reg_;
     };
 
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
 
     /** @param powerOkGpio  the power-good line, owned; null: STATUS_WORD */
@@ -98,6 +104,10 @@ class Pmbus : public Component::HardwareDevice {
     pl_status clearFaults();
     /** PL_STATUS_FAULT: the supply reports a fault of the fan. */
     pl_status getFanRpm( Fan *fan, int *rpm );
+    /**
+     * Commands the duty for a speed in revolutions per minute; below zero counts as full duty.
+     * PL_STATUS_TRANSPORT for a fan without a greatest speed.
+     */
     pl_status setFanRpm( Fan *fan, int rpm );
 
   private:

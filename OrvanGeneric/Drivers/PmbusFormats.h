@@ -41,6 +41,7 @@ constexpr uint8_t voutModeFormatMask = 0xE0;
 
 /** Bits of a LINEAR11 word: exponent above, mantissa below, both two's complement. */
 constexpr uint8_t linear11MantissaBits = 11;
+/** The upper bits of a LINEAR11 word. */
 constexpr uint8_t linear11ExponentBits = 5;
 
 /**

@@ -32,8 +32,10 @@ namespace Drivers {
  */
 class PsuSlot : public Component::HardwareDevice {
   public:
+    /** One bay. */
     class Slot : public Component::LogicalDevice::Slot {
       public:
+        /** A line of the device that "gpioDevice" names. */
         using Gpio = Component::LogicalDevice::Gpio;
 
         /**
@@ -48,10 +50,15 @@ class PsuSlot : public Component::HardwareDevice {
 
         /** Identifies the supply; PL_STATUS_NOT_PRESENT unless it has a serial number and a model. */
         pl_status readSerialAndModel_( std::string &serial, std::string &model );
+        /** The reader for type pmbus; what could not be read is empty. */
         pl_status readSerialAndModelPmbus( std::string &serial, std::string &model );
+        /** The reader for type ipmi; what could not be read is empty. */
         pl_status readSerialAndModelIpmi( std::string &serial, std::string &model );
+        /** The reader for type ipmitool and ipmitool_raw; what could not be read is empty. */
         pl_status readSerialAndModelIpmitool( std::string &serial, std::string &model );
+        /** The reader for type wedge; what could not be read is empty. */
         pl_status readSerialAndModelWedge( std::string &serial, std::string &model );
+        /** The reader for type tlv; what could not be read is empty. */
         pl_status readSerialAndModelTlv( std::string &serial, std::string &model );
 
       private:
@@ -92,6 +99,7 @@ class PsuSlot : public Component::HardwareDevice {
         Text cachedFdl_;
     };
 
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
 
     Component::LogicalDevice::Slot *newSlot( const DriverArgs &args ) override;

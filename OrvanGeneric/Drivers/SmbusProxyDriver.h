@@ -48,6 +48,7 @@ class SmbusProxyDriver : public Component::HardwareDevice {
         int writeDelay_;
     };
 
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
 
     Component::LogicalDevice::SmbusProxy *newSmbusProxy( const DriverArgs &args ) override;

@@ -1,6 +1,6 @@
 /**
  * @file
- * The two ways in which a run of orvan ends badly, and the naming of foreign exceptions.
+ * How a run of orvan ends badly, and how exceptions of the driver library are named.
  */
 #pragma once
 
@@ -11,7 +11,7 @@ namespace orvan {
 
 /** Exit codes of the program. */
 enum class ExitCode : int {
-    Ok = 0,
+    Ok = 0,      ///< done; `show` also when readings failed, which it shows
     Failed = 1,  ///< the board was brought up, but something on it did not work
     BadInput = 2 ///< command line, board folder or service: nothing was done to the hardware
 };
@@ -27,8 +27,8 @@ struct Failure : std::runtime_error {
 };
 
 /**
- * Names the exception being handled: its demangled type and, for a std::exception, what() behind
- * a colon. Call it in a catch block only.
+ * Names the exception being handled: its demangled type and, for a std::exception, a colon and what().
+ * Call it in a catch block only.
  */
 std::string describeCurrentException();
 

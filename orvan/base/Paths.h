@@ -7,13 +7,12 @@
 #include <filesystem>
 #include <string>
 
+#include "common/SocketPaths.h"
+
 namespace orvan {
 
-/** Where the SMBus service listens if nothing else is said: an absolute path of a UNIX stream socket. */
-inline constexpr const char *defaultSocketPath = "/run/smbusd.sock";
-
-/** The environment variable with the path of the service's socket; the library's client reads it. */
-inline constexpr const char *socketVariable = "PL_SMBUS_SOCKET";
+using common::defaultSocketPath;
+using common::socketVariable;
 
 /** The folder of the running program. Throws std::filesystem::filesystem_error without /proc. */
 std::filesystem::path ownFolder();

@@ -147,6 +147,40 @@ void DescriptionCheck::numberedModels( const Subject &subject ) {
     }
 }
 
+/**
+ * The driver that makes @p device for the one at @p pointer that uses it: @p wantedDriver or, without
+ * one, any whose lines are given by register and bit. Null after an error.
+ */
+const DriverRow *DescriptionCheck::referencedDriver( const DevicePlace &device,
+                                                     const std::string &pointer,
+                                                     const char *wantedDriver ) {
+    const Value &declared = ( *device.object )[ "driver" ];
+    std::string name = declared.GetString();
+    if ( name.empty() ) {
+        name = wantedDriver ? wantedDriver : anyDriver;
+    }
+    const DriverRow *driver = findDriver( name );
+    std::string expected;
+    if ( wantedDriver ) {
+        if ( name != wantedDriver ) {
+            expected = fmt::format( "\"{}\", since {} uses this device", wantedDriver, pointer );
+        }
+    } else {
+        const ServiceRow *lines = driver->serviceRow( Service::Gpio );
+        if ( !lines || std::strcmp( lines->args.front().name, "register" ) != 0 ) {
+            expected = fmt::format( "a driver whose lines are given by register and bit, since {} "
+                                    "uses one",
+                                    pointer );
+        }
+    }
+    if ( expected.empty() ) {
+        return driver;
+    }
+    problems_.error( topologyFile_.name, common::pointerTo( device.pointer, "driver" ), &declared,
+                     expected );
+    return nullptr;
+}
+
 /** A device reached by its label: the library makes it from its declaration in the topology. */
 void DescriptionCheck::referenced( const JsonFile &file, const Value *value,
                                    const std::string &pointer, const std::string &label,
@@ -160,31 +194,12 @@ void DescriptionCheck::referenced( const JsonFile &file, const Value *value,
                                           label ) );
         return;
     }
-    std::string name = ( *device->object )[ "driver" ].GetString();
-    if ( name.empty() ) {
-        name = wantedDriver ? wantedDriver : anyDriver;
+    const DriverRow *driver = referencedDriver( *device, pointer, wantedDriver );
+    if ( !driver ) {
+        return;
     }
-    const DriverRow *driver = findDriver( name );
     const Subject subject{ topologyFile_, *device->object, device->pointer,
                            argTexts( *device->object ) };
-    const std::string driverPointer = common::pointerTo( device->pointer, "driver" );
-    if ( wantedDriver ) {
-        if ( name != wantedDriver ) {
-            problems_.error(
-                topologyFile_.name, driverPointer, &( *device->object )[ "driver" ],
-                fmt::format( "\"{}\", since {} uses this device", wantedDriver, pointer ) );
-            return;
-        }
-    } else {
-        const ServiceRow *lines = driver->serviceRow( Service::Gpio );
-        if ( !lines || std::strcmp( lines->args.front().name, "register" ) != 0 ) {
-            problems_.error( topologyFile_.name, driverPointer, &( *device->object )[ "driver" ],
-                             fmt::format( "a driver whose lines are given by register and bit, "
-                                          "since {} uses one",
-                                          pointer ) );
-            return;
-        }
-    }
     const auto ham = device->object->FindMember( "provideHam" );
     if ( ham != device->object->MemberEnd() && ham->value.GetUint() == 0 ) {
         problems_.error( topologyFile_.name, common::pointerTo( device->pointer, "provideHam" ),
@@ -258,22 +273,31 @@ void DescriptionCheck::place( const Subject &subject, const DriverRow &driver ) 
                                   device->pointer, device->ham ) );
 }
 
-void DescriptionCheck::check( const Subject &subject, Service service ) {
+/** The driver that @p subject names, if it makes @p service. Null after an error. */
+const DriverRow *DescriptionCheck::wantedDriver( const Subject &subject, Service service ) {
     const Value &value = subject.value;
     const std::string driverPointer = common::pointerTo( subject.pointer, "driver" );
     const DriverRow *driver = findDriver( value[ "driver" ].GetString() );
     if ( !driver ) {
         problems_.error( subject.file.name, driverPointer, &value[ "driver" ],
                          "a driver of the library: " + driverNames() );
-        return;
+        return nullptr;
     }
-    const ServiceRow *row = driver->serviceRow( service );
-    if ( !row ) {
+    if ( !driver->serviceRow( service ) ) {
         problems_.error( subject.file.name, driverPointer, &value[ "driver" ],
                          fmt::format( "a driver that makes {}: {}", serviceName( service ),
                                       driverNames( service ) ) );
+        return nullptr;
+    }
+    return driver;
+}
+
+void DescriptionCheck::check( const Subject &subject, Service service ) {
+    const DriverRow *driver = wantedDriver( subject, service );
+    if ( !driver ) {
         return;
     }
+    const Value &value = subject.value;
     const bool multiDevice =
         value.HasMember( "isMultiDevice" ) && value[ "isMultiDevice" ].IsTrue();
     if ( multiDevice != static_cast<bool>( driver->traits & IsMultiDevice ) ) {
@@ -291,12 +315,13 @@ void DescriptionCheck::check( const Subject &subject, Service service ) {
         return;
     }
     arguments( subject, driver->creation );
-    arguments( subject, row->args );
+    arguments( subject, driver->serviceRow( service )->args );
     if ( ( driver->traits & NumberedModels ) && service == Service::Slot ) {
         numberedModels( subject );
     }
     if ( driver->traits & ReadsPsuExpander ) {
-        referenced( subject.file, &value[ "driver" ], driverPointer, psuExpander,
+        referenced( subject.file, &value[ "driver" ],
+                    common::pointerTo( subject.pointer, "driver" ), psuExpander,
                     psuExpanderDriver );
     }
     if ( multiDevice ) {

@@ -15,7 +15,10 @@ namespace orvan {
 /** The arguments of a description as the library reads them: every value as text. */
 using ArgTexts = std::map<std::string, std::string>;
 
-/** Converts "driverArgs"; without it the map is empty. */
+/**
+ * Converts the "driverArgs" of @p description: numbers, true and false become their texts, anything else
+ * the empty text. Without "driverArgs" the map is empty.
+ */
 ArgTexts argTexts( const rapidjson::Value &description );
 
 /**
@@ -24,22 +27,32 @@ ArgTexts argTexts( const rapidjson::Value &description );
  */
 class DescriptionCheck {
   public:
+    /** @p topology is that of @p topologyFile; all three must outlive this object. */
     DescriptionCheck( const JsonFile &topologyFile, const TopologyIndex &topology,
                       Problems &problems )
         : topologyFile_( topologyFile ), topology_( topology ), problems_( problems ) {}
 
-    /** A description from which @p service is wanted. */
+    /**
+     * Checks the device description @p value at @p pointer of @p file, from which @p service is wanted.
+     * Mistakes go into the problems.
+     */
     void description( const JsonFile &file, const rapidjson::Value &value,
                       const std::string &pointer, Service service );
-    /** Raw access to the device whose label is @p label and the address: "PSU1<0x58>". */
+    /**
+     * Checks @p value, which asks for raw access to a device by "label" and "address": the topology must
+     * have it under the label that labelKey() makes of them.
+     */
     void labelled( const JsonFile &file, const rapidjson::Value &value,
                    const std::string &pointer );
-    /** System power control, which works on the device labelled "PSoC". */
+    /** Checks what system power control, at @p pointer, works on: the device labelled "PSoC". */
     void system( const JsonFile &file, const std::string &pointer );
 
-    /** The service that a peripheral of @p kind asks for; transceivers name theirs in "type". */
+    /**
+     * Sets @p service to what a peripheral of @p kind asks for; transceivers name theirs in "type".
+     * @return false for an unknown kind or type
+     */
     static bool serviceOf( const std::string &kind, const ArgTexts &args, Service &service );
-    /** The label that the library looks for: @p label, then the address as "<0x58>". */
+    /** The label that the library looks for: @p label, then the 7-bit @p address as "<0x58>". */
     static std::string labelKey( const std::string &label, uint32_t address );
 
   private:
@@ -66,6 +79,9 @@ class DescriptionCheck {
     void referenced( const JsonFile &file, const rapidjson::Value *value,
                      const std::string &pointer, const std::string &label,
                      const char *wantedDriver );
+    const DriverRow *referencedDriver( const DevicePlace &device, const std::string &pointer,
+                                       const char *wantedDriver );
+    const DriverRow *wantedDriver( const Subject &subject, Service service );
     void argumentError( const Subject &subject, const char *name, const std::string &expected );
 
     const JsonFile &topologyFile_;

@@ -1,5 +1,7 @@
 #include "orvan/commands/Readings.h"
 
+#include <cmath>
+
 #include "orvan/text/Status.h"
 
 namespace orvan {
@@ -21,7 +23,9 @@ void writeJson( JsonWriter &writer, const Reading &reading, const Value &value )
             writer.Int64( *number );
         } else if ( const auto *fraction = std::get_if<double>( &value.data ) ) {
             writer.Key( "value" );
-            if ( !writer.Double( *fraction ) ) { // NaN and infinities have no JSON
+            if ( std::isfinite( *fraction ) ) {
+                writer.Double( *fraction );
+            } else { // NaN and infinities have no JSON, and the writer must not be tried with them
                 writer.Null();
             }
         } else if ( const auto *text = std::get_if<std::string>( &value.data ) ) {

@@ -16,12 +16,13 @@
 
 namespace orvan {
 
-/** What the simulator is to be. */
+/** The simulated BMC to start, and the programs that make it. */
 struct BmcOptions {
     std::filesystem::path board;            ///< its folder "bmc" describes the BMC
     std::string simulator = "ipmi_sim";     ///< OpenIPMI's simulator
     std::string sensorCompiler = "sdrcomp"; ///< OpenIPMI's compiler of sensor data records
-    std::chrono::milliseconds startLimit{ 10000 };
+    std::chrono::milliseconds startLimit{
+        10000 }; ///< a BMC that does not answer by then has failed
 };
 
 /**
@@ -34,6 +35,7 @@ struct BmcOptions {
  */
 class BmcEmulation {
   public:
+    /** Whether the board's folder @p board has a simulated BMC, that is, a folder "bmc". */
     static bool isDescribedIn( const std::filesystem::path &board );
 
     /** Returns once the BMC answers. Throws BadInput when it does not come up. */
@@ -42,7 +44,9 @@ class BmcEmulation {
     BmcEmulation( const BmcEmulation & ) = delete;
     BmcEmulation &operator=( const BmcEmulation & ) = delete;
 
+    /** The UDP port of 127.0.0.1 on which it answers IPMI over LAN. */
     uint16_t port() const { return port_; }
+    /** The TCP port of 127.0.0.1 for the simulator's console, which changes its sensors. */
     uint16_t console() const { return console_; }
 
   private:

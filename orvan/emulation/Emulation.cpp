@@ -12,6 +12,7 @@
 
 #include <fmt/core.h>
 
+#include "common/SocketPaths.h"
 #include "common/UnixSocket.h"
 #include "orvan/base/Errors.h"
 
@@ -19,7 +20,6 @@ namespace orvan {
 
 namespace {
 
-constexpr const char *controlSuffix = ".control"; // where smbusctl looks, given the socket
 constexpr std::array endingSignals = { SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGABRT };
 
 // For the signal handler, which may use little else.
@@ -82,7 +82,7 @@ Emulation::Emulation( const EmulationOptions &options ) {
             folder_.emplace();
         }
         socket_ = folder_ ? folder_->file( "smbusd.sock" ) : options.socket;
-        control_ = options.control.empty() ? socket_ + controlSuffix : options.control;
+        control_ = options.control.empty() ? common::controlPathOf( socket_ ) : options.control;
         if ( !common::probe( common::UnixAddress( socket_ ) ) ) {
             throw BadInput( fmt::format( "{}: a service listens there already", socket_ ) );
         }

@@ -16,15 +16,16 @@
 
 namespace orvan {
 
-/** What the private service is to be. */
+/** The private service to start. */
 struct EmulationOptions {
     std::string service;            ///< the service's program
     std::filesystem::path hardware; ///< its configuration: the emulated hardware
     std::string socket;             ///< where it listens; empty: in a private folder
     std::string control;            ///< its control socket; empty: the socket's path and ".control"
     std::string logLevel = "warning"; ///< what it logs on standard error
-    std::chrono::milliseconds startLimit{ 10000 };
-    std::chrono::milliseconds endLimit{ 2000 }; ///< then a service that does not end is killed
+    std::chrono::milliseconds startLimit{
+        10000 }; ///< a service that does not listen by then has failed
+    std::chrono::milliseconds endLimit{ 2000 }; ///< a service that does not end by then is killed
 };
 
 /**
@@ -40,7 +41,9 @@ class Emulation {
     Emulation( const Emulation & ) = delete;
     Emulation &operator=( const Emulation & ) = delete;
 
+    /** The path of the UNIX socket on which the service listens. */
     const std::string &socket() const { return socket_; }
+    /** The service's process. This object ends it. */
     pid_t pid() const { return service_.pid(); }
 
   private:
@@ -48,8 +51,7 @@ class Emulation {
     void awaitReady( const EmulationOptions &options, const common::Descriptor &ready );
     void end();
 
-    std::optional<common::TemporaryFolder>
-        folder_; // private, none when the socket's path was given
+    std::optional<common::TemporaryFolder> folder_; // private; none when the socket's path is given
     std::string socket_;
     std::string control_;
     common::Child service_;

@@ -23,13 +23,17 @@
 namespace orvan {
 
 /**
- * The host's event loop. The exported pl_* functions reach the one instance that lives; without one
- * they do nothing. Everything runs on the calling thread, inside run() and runUntil().
+ * The host's event loop. The functions of <pl/host.h>, which this program exports to the library, reach
+ * the instance that was made last; while there is none, they do nothing and report failure. Callbacks run
+ * on the calling thread, inside run() and runUntil(). Handles are never 0, and none is given twice.
  */
 class HostServices {
   public:
+    /** A timer's callback, with the context it was added with. */
     using Callback = void ( * )( void *context );
+    /** A watcher's callback; @p events are those of poll(): POLLIN, POLLPRI, POLLHUP, POLLERR. */
     using WatchCallback = void ( * )( void *context, int events );
+    /** Takes one trace: its level, 0 (failures, life cycle) to 7, and its text without line ends. */
     using TraceSink = std::function<void( int level, std::string_view text )>;
 
     /** @p clock must outlive this object. */
@@ -43,29 +47,51 @@ class HostServices {
 
     /** Hands traces of level 0 to @p maxLevel to @p sink; -1: none. */
     void traceTo( int maxLevel, TraceSink sink );
-    /** Is called with the name of each exception that leaves a timer's or watcher's callback. */
+    /** Has @p report called with the name of each exception that leaves a timer's or watcher's callback. */
     void reportTo( std::function<void( const std::string & )> report );
 
+    /** pl_trace(): formats as vprintf() does and hands the text on if its level is wanted. */
     void trace( int level, const char *format, va_list arguments );
-    /** The level-0 traces since the last call: what a failing operation said. At most the last eight. */
+    /**
+     * The level-0 traces since the last call, oldest first: what a failing operation said. At most the
+     * last eight.
+     */
     std::vector<std::string> takeFailureTraces();
 
+    /**
+     * pl_timer_add(): makes a timer, not armed. @p context stays the caller's.
+     * @return its handle; 0 without a @p callback
+     */
     uint32_t addTimer( Callback callback, void *context );
+    /**
+     * pl_timer_set(): arms @p timer to fire once, after @p milliseconds (0 counts as 1); an armed timer
+     * starts anew.
+     * @return 0; -1 when there is no such timer
+     */
     int setTimer( uint32_t timer, uint32_t milliseconds );
+    /** pl_timer_delete(): @p timer never fires again. Its callback may call this; unknown handles may come. */
     void deleteTimer( uint32_t timer );
 
-    /** Watches for readability, hang-up and errors. 0: @p fd cannot be watched. */
+    /**
+     * pl_fd_watcher_add(): calls @p callback whenever @p fd is readable, hung up or in error. The library
+     * keeps the descriptor: it must stay open until the watcher is deleted, and is never closed here.
+     * @return the watcher's handle; 0 without a @p callback or when @p fd cannot be watched
+     */
     uint32_t addWatcher( int fd, WatchCallback callback, void *context );
+    /** pl_fd_watcher_delete(): @p watcher is called no more. Its callback may call this. */
     void deleteWatcher( uint32_t watcher );
 
-    /** Lets timers and watchers run for @p duration of the clock's time. */
+    /** Serves timers and watchers for @p duration of the clock's time. */
     void run( std::chrono::milliseconds duration );
-    /** The same until @p done, asked between callbacks; false: @p limit passed before it was. */
+    /**
+     * Serves them until @p done, which is asked before each callback, returns true.
+     * @return false when @p limit of the clock's time passed before that
+     */
     bool runUntil( const std::function<bool()> &done, std::chrono::milliseconds limit );
 
-    /** True while a timer is armed that has never fired: a device that is yet to be polled. */
+    /** True while a timer is armed that has never fired: some device has not been polled yet. */
     bool firstTickPending() const;
-    /** How often each armed timer has fired, by its handle. */
+    /** The armed timers: how often each has fired so far, by its handle. */
     std::map<uint32_t, unsigned long> armedTimers() const;
 
   private:

@@ -15,9 +15,9 @@ namespace orvan {
 
 /** A parsed file. */
 struct JsonFile {
-    std::string name; ///< as shown in messages
-    std::string text; ///< exactly as read
-    rapidjson::Document document;
+    std::string name;             ///< as shown in messages
+    std::string text;             ///< exactly as read
+    rapidjson::Document document; ///< what the text says
 };
 
 /**

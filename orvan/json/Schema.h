@@ -24,8 +24,8 @@ class Schema {
     Schema &operator=( const Schema & ) = delete;
 
     /**
-     * Checks @p value against the definition @p definition of the schema.
-     * @param pointer  where @p value is in @p file
+     * Checks @p value, at @p pointer of @p file, against the definition @p definition of the schema.
+     * Throws std::logic_error when the schema has no such definition.
      * @return false: the first deviation was added to @p problems
      */
     bool check( const std::string &definition, const JsonFile &file, const rapidjson::Value &value,
@@ -36,8 +36,9 @@ class Schema {
     std::unique_ptr<Impl> impl_;
 };
 
-/** The schemas of the board's files. */
+/** The schema of topology.json, with a definition "description" for device descriptions. */
 Schema &topologySchema();
+/** The schema of peripherals.json. */
 Schema &peripheralsSchema();
 
 } // namespace orvan

@@ -9,6 +9,7 @@ namespace smbusd {
 /** Real time, on the service's event loop. */
 class AsioScheduler : public Scheduler {
   public:
+    /** @param loop  runs the callbacks; outlives the scheduler */
     explicit AsioScheduler( asio::io_context &loop ) : loop_( loop ) {}
 
     Duration now() const override;

@@ -26,9 +26,11 @@ class ConfigError : public std::runtime_error {
  */
 class JsonView {
   public:
+    /** The whole document. @param document  what to call it in messages */
     JsonView( const rapidjson::Value &value, std::string document )
         : JsonView( value, std::move( document ), "" ) {}
 
+    /** Throws a ConfigError about this value. @param expected  what should be here */
     [[noreturn]] void fail( std::string_view expected ) const;
 
     /**
@@ -42,20 +44,29 @@ class JsonView {
 
     /** The member of that key; it must be there. */
     JsonView at( std::string_view key ) const;
+    /** The member of that key, nothing if there is none. The value must be an object. */
     std::optional<JsonView> find( std::string_view key ) const;
+    /** Calls with each key and its value. Fails unless the value is an object. */
     void
     forEachMember( const std::function<void( std::string_view, const JsonView & )> &use ) const;
+    /** Calls with each element. Fails unless the value is an array. */
     void forEachElement( const std::function<void( const JsonView & )> &use ) const;
 
     /** A whole number within bounds, as a JSON number or as text: 32, "32" or "0x20". */
     uint32_t number( uint32_t least, uint32_t most ) const;
     /** A key that stands for a number, within bounds. */
     uint32_t keyNumber( std::string_view key, uint32_t least, uint32_t most ) const;
+    /** A JSON number, whole or not. */
     double real() const;
+    /** True or false. */
     bool boolean() const;
+    /** A JSON string, in UTF-8. */
     std::string text() const;
+    /** Whether it is a string. */
     bool isText() const { return value_.IsString(); }
+    /** Whether it is an object. */
     bool isObject() const { return value_.IsObject(); }
+    /** Whether it is an array. */
     bool isArray() const { return value_.IsArray(); }
 
   private:
@@ -68,7 +79,7 @@ class JsonView {
     std::string pointer_;
 };
 
-/** Reads a number as people write registers: decimal, or hexadecimal behind "0x". */
+/** Reads a number as people write registers: decimal, or hexadecimal after "0x". */
 std::optional<uint32_t> parseNumber( std::string_view text );
 
 /**

@@ -5,6 +5,7 @@
 
 namespace smbusd {
 
+/** A span of time, or a moment: the time since the scheduler's fixed start. */
 using Duration = std::chrono::nanoseconds;
 
 /**

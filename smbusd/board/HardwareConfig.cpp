@@ -6,12 +6,12 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <set>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "smbusd/board/FaultConfig.h"
 #include "smbusd/bus/MasterNames.h"
 #include "smbusd/emulation/ChipTypes.h"
 
@@ -26,8 +26,8 @@ constexpr uint32_t largestNumber = 0xFFFFFFFF;
 /** Fills one board from one document. */
 class Loader {
   public:
-    Loader( Board &board, const std::string &folder, const LinuxBusFactory &linuxBus )
-        : board_( board ), folder_( folder ), linuxBus_( linuxBus ) {}
+    Loader( Hardware &hardware, const std::string &folder, const AdapterBusFactory &adapterBus )
+        : hardware_( hardware ), folder_( folder ), adapterBus_( adapterBus ) {}
 
     void load( const JsonView &root ) {
         root.expectObject(
@@ -36,7 +36,7 @@ class Loader {
             name->text();
         }
         if ( const auto cycle = root.find( "powerCycleMs" ) ) {
-            board_.setPowerCycleTime(
+            hardware_.setPowerCycleTime(
                 std::chrono::milliseconds( cycle->number( 0, longestMilliseconds ) ) );
         }
         root.at( "buses" ).forEachElement( [ this ]( const JsonView &bus ) { loadBus( bus ); } );
@@ -47,13 +47,13 @@ class Loader {
             connections->forEachElement(
                 [ this ]( const JsonView &connection ) { loadConnection( connection ); } );
         }
-        board_.updateConnections();
-        for ( const std::unique_ptr<Chip> &chip : board_.chips() ) {
+        hardware_.updateConnections();
+        for ( const std::unique_ptr<Chip> &chip : hardware_.chips() ) {
             chip->settle();
         }
         if ( const auto faults = root.find( "faults" ) ) {
             faults->forEachElement( [ this ]( const JsonView &fault ) {
-                board_.faults.inject( readFault( fault, board_ ) );
+                hardware_.faults.inject( readFault( fault, hardware_ ) );
             } );
         }
     }
@@ -76,9 +76,9 @@ class Loader {
             { "name", "description", "master", "pci", "accelerator", "bus", "adapter", "chips" } );
         const std::string name = newName( json );
         const BusKey key = readKey( json );
-        if ( board_.findBus( key ) != nullptr ) {
+        if ( hardware_.findBus( key ) != nullptr ) {
             json.fail( fmt::format( "a place that no other bus has ({} is \"{}\" already)",
-                                    describe( key ), board_.findBus( key )->name() ) );
+                                    describe( key ), hardware_.findBus( key )->name() ) );
         }
         const auto adapter = json.find( "adapter" );
         const auto chips = json.find( "chips" );
@@ -90,9 +90,9 @@ class Loader {
             if ( !device.starts_with( '/' ) ) {
                 adapter->fail( "a device file such as \"/dev/i2c-1\"" );
             }
-            board_.addBus( linuxBus_( name, key, device ) );
+            hardware_.addBus( adapterBus_( name, key, device ) );
         } else {
-            loadChips( *chips, board_.addVirtualBus( name, key ).root() );
+            loadChips( *chips, hardware_.addVirtualBus( name, key ).root() );
         }
     }
 
@@ -134,29 +134,24 @@ class Loader {
         const JsonView address = json.at( "address" );
         const auto deviceAddress = static_cast<uint8_t>( address.number( 0, lastAddress ) );
 
-        std::unique_ptr<Chip> made = type->create( { name, std::string( type->name ), deviceAddress,
-                                                     board_.scheduler(), board_.log(), board_ },
-                                                   { json, folder_ } );
+        std::unique_ptr<Chip> made =
+            type->create( { name, std::string( type->name ), deviceAddress, hardware_.scheduler(),
+                            hardware_.log(), hardware_ },
+                          { json, folder_ } );
         std::vector<std::string_view> keys = type->keys;
         if ( made->mux() != nullptr ) {
             keys.push_back( "channels" );
         }
         json.expectObject( { "name", "description", "type", "address", "plugged", "inputs" },
                            keys );
-        Chip &chip = board_.addChip( std::move( made ) );
+        Chip &chip = hardware_.addChip( std::move( made ) );
         if ( const auto inputs = json.find( "inputs" ) ) {
             loadInputs( *inputs, chip );
         }
         if ( const auto plugged = json.find( "plugged" ) ) {
             chip.plug( plugged->boolean() );
         }
-        for ( const Chip *other : segment.chips() ) {
-            if ( chip.plugged() && other->plugged() && other->listensTo( deviceAddress ) ) {
-                address.fail( fmt::format( "an address that no other plugged chip of the bus has "
-                                           "(\"{}\" has it)",
-                                           other->name() ) );
-            }
-        }
+        expectFree( address, chip, segment );
         segment.add( chip );
         if ( const auto channels = json.find( "channels" ) ) {
             channels->forEachMember( [ & ]( std::string_view key, const JsonView &channel ) {
@@ -164,6 +159,16 @@ class Loader {
                 loadChips( channel,
                            mux.channel( channel.keyNumber( key, 0, mux.channelCount() - 1 ) ) );
             } );
+        }
+    }
+
+    static void expectFree( const JsonView &address, const Chip &chip, const Segment &segment ) {
+        for ( const Chip *other : segment.chips() ) {
+            if ( chip.plugged() && other->plugged() && other->listensTo( chip.address() ) ) {
+                address.fail( fmt::format( "an address that no other plugged chip of the bus has "
+                                           "(\"{}\" has it)",
+                                           other->name() ) );
+            }
         }
     }
 
@@ -178,7 +183,7 @@ class Loader {
     }
 
     Chip &chipNamed( const JsonView &json ) const {
-        Chip *chip = board_.findChip( json.text() );
+        Chip *chip = hardware_.findChip( json.text() );
         if ( chip == nullptr ) {
             json.fail( "the name of a chip" );
         }
@@ -210,8 +215,8 @@ class Loader {
         }
         const auto plugged = json.find( "plugged" );
         const bool isPlugged = plugged ? plugged->boolean() : true;
-        Unit &added = board_.addUnit( std::move( unit ) );
-        board_.plug( added, isPlugged );
+        Unit &added = hardware_.addUnit( std::move( unit ) );
+        hardware_.plug( added, isPlugged );
     }
 
     void loadConnection( const JsonView &json ) {
@@ -238,81 +243,26 @@ class Loader {
         } catch ( const ChipError &error ) {
             input.fail( fmt::format( "an input of the chip ({})", error.what() ) );
         }
-        board_.connect( std::move( connection ) );
+        hardware_.connect( std::move( connection ) );
     }
 
-    Board &board_;
+    Hardware &hardware_;
     const std::string &folder_;
-    const LinuxBusFactory &linuxBus_;
+    const AdapterBusFactory &adapterBus_;
     std::set<std::string> names_;
 };
 
 } // namespace
 
-Fault readFault( const JsonView &json, const Board &board ) {
-    json.expectObject( { "target", "kind", "times", "at", "ms", "missing", "byte", "bit" } );
-    Fault fault;
-    const JsonView target = json.at( "target" );
-    fault.target = target.text();
-    const Bus *bus = board.findBus( fault.target );
-    if ( bus == nullptr && board.findChip( fault.target ) == nullptr ) {
-        target.fail( "the name of a chip or a bus" );
-    }
-    if ( bus != nullptr && dynamic_cast<const VirtualBus *>( bus ) == nullptr ) {
-        target.fail( "an emulated bus: real hardware has faults of its own" );
-    }
-    const JsonView kind = json.at( "kind" );
-    const auto known = faultFromName( kind.text() );
-    if ( !known ) {
-        kind.fail( fmt::format( "one of {}", fmt::join( faultNames(), ", " ) ) );
-    }
-    fault.kind = *known;
-    if ( fault.kind == Fault::Kind::ClockHold ) {
-        fault.milliseconds = clockHoldMilliseconds;
-    }
-
-    // A parameter is only for the kinds that know it.
-    const auto parameter = [ & ]( std::string_view key, std::initializer_list<Fault::Kind> kinds ) {
-        auto found = json.find( key );
-        if ( found && std::find( kinds.begin(), kinds.end(), fault.kind ) == kinds.end() ) {
-            found->fail( fmt::format( "no \"{}\" for the kind {}", key, kind.text() ) );
-        }
-        return found;
-    };
-    if ( const auto times = json.find( "times" ) ) {
-        fault.times = times->number( 1, largestNumber );
-    }
-    if ( const auto at = parameter( "at", { Fault::Kind::Nack } ) ) {
-        const std::string text = at->text();
-        if ( text != "address" && text != "data" ) {
-            at->fail( "\"address\" or \"data\"" );
-        }
-        fault.atData = text == "data";
-    }
-    if ( fault.kind == Fault::Kind::Delay ) {
-        fault.milliseconds = json.at( "ms" ).number( 1, longestMilliseconds );
-    } else if ( const auto ms = parameter( "ms", { Fault::Kind::ClockHold } ) ) {
-        fault.milliseconds = ms->number( 1, longestMilliseconds );
-    }
-    if ( const auto missing = parameter( "missing", { Fault::Kind::ShortBlock } ) ) {
-        fault.missing = missing->number( 1, maxI2cBlock );
-    }
-    if ( const auto byte = parameter( "byte", { Fault::Kind::FlipBit } ) ) {
-        fault.byte = byte->number( 0, maxI2cBlock - 1 );
-    }
-    if ( const auto bit = parameter( "bit", { Fault::Kind::FlipBit } ) ) {
-        fault.bit = bit->number( 0, 7 );
-    }
-    return fault;
-}
-
 void loadHardwareText( std::string_view text, const std::string &document,
-                       const std::string &folder, Board &board, const LinuxBusFactory &linuxBus ) {
+                       const std::string &folder, Hardware &hardware,
+                       const AdapterBusFactory &adapterBus ) {
     const rapidjson::Document parsed = parseJson( text, document );
-    Loader( board, folder, linuxBus ).load( JsonView( parsed, document ) );
+    Loader( hardware, folder, adapterBus ).load( JsonView( parsed, document ) );
 }
 
-void loadHardware( const std::string &file, Board &board, const LinuxBusFactory &linuxBus ) {
+void loadHardware( const std::string &file, Hardware &hardware,
+                   const AdapterBusFactory &adapterBus ) {
     std::ifstream stream( file, std::ios::binary );
     if ( !stream ) {
         throw ConfigError( fmt::format( "{}: cannot be read: {}", file, std::strerror( errno ) ) );
@@ -322,8 +272,8 @@ void loadHardware( const std::string &file, Board &board, const LinuxBusFactory 
     if ( stream.bad() ) {
         throw ConfigError( fmt::format( "{}: cannot be read", file ) );
     }
-    loadHardwareText( text, file, std::filesystem::path( file ).parent_path().string(), board,
-                      linuxBus );
+    loadHardwareText( text, file, std::filesystem::path( file ).parent_path().string(), hardware,
+                      adapterBus );
 }
 
 } // namespace smbusd

@@ -1,23 +1,25 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
-#include "smbusd/base/JsonView.h"
-#include "smbusd/board/Board.h"
+#include "smbusd/board/Hardware.h"
+#include "smbusd/bus/AdapterBusFactory.h"
 
 namespace smbusd {
 
-/** Makes the bus of a kernel adapter; given from outside, since it needs threads and devices. */
-using LinuxBusFactory =
-    std::function<std::unique_ptr<Bus>( std::string name, const BusKey &key, std::string device )>;
-
 /**
- * Fills a board from a hardware.json file.
+ * Fills a board from a hardware.json file. Every chip has its reset values, and the board has been
+ * running for long: what takes its time after power-on is over.
  *
  * Throws ConfigError for whatever is wrong with it, naming the file, the place as a JSON pointer,
  * the value and what was expected.
+ *
+ * @param hardware    empty
+ * @param adapterBus  makes the buses that are kernel adapters
  */
-void loadHardware( const std::string &file, Board &board, const LinuxBusFactory &linuxBus );
+void loadHardware( const std::string &file, Hardware &hardware,
+                   const AdapterBusFactory &adapterBus );
 
 /**
  * The same from a text.
@@ -25,9 +27,7 @@ void loadHardware( const std::string &file, Board &board, const LinuxBusFactory 
  * @param folder    that the file names in it are relative to
  */
 void loadHardwareText( std::string_view text, const std::string &document,
-                       const std::string &folder, Board &board, const LinuxBusFactory &linuxBus );
-
-/** Reads a fault's description; its target must be a chip or a bus of the board. */
-Fault readFault( const JsonView &json, const Board &board );
+                       const std::string &folder, Hardware &hardware,
+                       const AdapterBusFactory &adapterBus );
 
 } // namespace smbusd

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <deque>
 #include <functional>
-#include <memory>
 #include <string>
 
 #include "smbusd/bus/Counters.h"
@@ -11,19 +9,21 @@
 
 namespace smbusd {
 
-struct Transaction;
-
-/** A bus that transactions can be carried out on, whatever is behind it. */
+/** A bus that transactions can be carried out on, whatever is at its other end. */
 class Bus {
   public:
+    /** Takes what came of an attempt. */
     using Completion = std::function<void( Result )>;
 
+    /** @param name  unique on the board @param key  unique among the buses */
     Bus( std::string name, BusKey key ) : name_( std::move( name ) ), key_( key ) {}
     virtual ~Bus() = default;
     Bus( const Bus & ) = delete;
     Bus &operator=( const Bus & ) = delete;
 
+    /** The name in hardware.json. */
     const std::string &name() const { return name_; }
+    /** What requests find the bus by. */
     const BusKey &key() const { return key_; }
     /** What the bus is, for whoever lists it: "virtual", or the adapter's device file. */
     virtual std::string backend() const = 0;
@@ -39,13 +39,13 @@ class Bus {
     /** What the last attempt put on the wire, in the notation of WireTrace. */
     virtual const std::string &trace() const = 0;
 
-    /** A transaction begins, or an operation is attempted again; both only count. */
+    /** A transaction reaches the bus for the first time; only counts. */
     virtual void transactionStarted() { counters.transactions++; }
+    /** An operation is about to be attempted again; only counts. */
     virtual void retried( const Operation & ) { counters.retries++; }
 
+    /** What happened on the bus since the service started. */
     Counters counters;
-    /** Transactions that hold the bus (the first) or wait for it. Kept by the Dispatcher. */
-    std::deque<std::shared_ptr<Transaction>> queue;
 
   private:
     std::string name_;

@@ -41,6 +41,31 @@ Operation::Kind readKind( uint32_t length ) {
     }
 }
 
+/** @return what is wrong with the length of an operation or of its data; empty when nothing is */
+std::string wrongLength( const Operation &operation ) {
+    using Kind = Operation::Kind;
+    const uint32_t length = operation.length;
+    if ( operation.kind == Kind::ProcessCall && length != 2 ) {
+        return fmt::format( "a process call moves 2 bytes, not {}", length );
+    }
+    if ( operation.kind == Kind::BlockRead && length != 0 ) {
+        return fmt::format( "a block read has the length 0, not {}: the device says how much comes",
+                            length );
+    }
+    if ( operation.kind == Kind::BlockWrite && length > maxSmbusBlock ) {
+        return fmt::format( "a block has at most {} bytes, not {}", maxSmbusBlock, length );
+    }
+    if ( length > maxI2cBlock ) {
+        return fmt::format( "an operation moves at most {} bytes, not {}", maxI2cBlock, length );
+    }
+    const bool carries = operation.kind == Kind::ProcessCall || !operation.reads();
+    if ( carries && operation.data.size() != length ) {
+        return fmt::format( "the length is {}, but {} bytes of data are there", length,
+                            operation.data.size() );
+    }
+    return {};
+}
+
 Operation::Kind writeKind( uint32_t length ) {
     switch ( length ) {
     case 0:
@@ -99,46 +124,24 @@ std::string parseOperation( const Smbus::Request &request, Operation &operation 
     operation.data = request.data();
     operation.pec = request.pec();
 
-    bool carries = false;
     switch ( request.type() ) {
     case Smbus::READ:
         operation.kind = readKind( length );
         break;
     case Smbus::WRITE:
         operation.kind = writeKind( length );
-        carries = true;
         break;
     case Smbus::PROCESS_CALL:
         operation.kind = Operation::Kind::ProcessCall;
-        carries = true;
-        if ( length != 2 ) {
-            return fmt::format( "a process call moves 2 bytes, not {}", length );
-        }
         break;
     case Smbus::BLOCK_READ:
         operation.kind = Operation::Kind::BlockRead;
-        if ( length != 0 ) {
-            return fmt::format( "a block read has the length 0, not {}: the device says how much "
-                                "comes",
-                                length );
-        }
         break;
     case Smbus::BLOCK_WRITE:
         operation.kind = Operation::Kind::BlockWrite;
-        carries = true;
-        if ( length > maxSmbusBlock ) {
-            return fmt::format( "a block has at most {} bytes, not {}", maxSmbusBlock, length );
-        }
         break;
     }
-    if ( length > maxI2cBlock ) {
-        return fmt::format( "an operation moves at most {} bytes, not {}", maxI2cBlock, length );
-    }
-    if ( carries && request.data().size() != length ) {
-        return fmt::format( "the length is {}, but {} bytes of data are there", length,
-                            request.data().size() );
-    }
-    return {};
+    return wrongLength( operation );
 }
 
 std::string_view kindName( Operation::Kind kind ) {

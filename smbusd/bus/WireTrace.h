@@ -11,14 +11,20 @@ namespace smbusd {
  */
 class WireTrace {
   public:
+    /** Forgets all: a new operation. */
     void clear() { text_.clear(); }
+    /** START, or a repeated one, and the address. @param address  7 bits */
     void start( uint8_t address, bool read, bool repeated );
+    /** A byte of data, whichever way it goes. */
     void byte( uint8_t value );
+    /** The ninth bit of the byte or address before. */
     void acknowledge( bool acknowledged ) { text_ += acknowledged ? " A" : " N"; }
+    /** STOP. */
     void stop() { text_ += " P"; }
     /** What the notation has no letter for: "(bus stuck)". */
     void note( const char *what );
 
+    /** What has been on the wire so far. */
     const std::string &text() const { return text_; }
 
   private:

@@ -8,7 +8,7 @@
 #include <fmt/ranges.h>
 
 #include "smbusd/base/JsonLine.h"
-#include "smbusd/board/HardwareConfig.h"
+#include "smbusd/board/FaultConfig.h"
 
 namespace smbusd {
 
@@ -24,11 +24,11 @@ struct Call {
     JsonLine &line;
     ControlAnswer &answer;
 
-    Board &board() const { return control.board(); }
+    Hardware &hardware() const { return control.hardware(); }
 
     Chip &chip() const {
         const JsonView name = json.at( "chip" );
-        Chip *found = board().findChip( name.text() );
+        Chip *found = hardware().findChip( name.text() );
         if ( found == nullptr ) {
             name.fail( "the name of a chip" );
         }
@@ -55,9 +55,9 @@ void listSegment( const Segment &segment, const std::string &path, JsonLine &lin
 void list( const Call &call ) {
     call.json.expectObject( { "command" } );
     JsonLine &line = call.line;
-    line.member( "powered", call.board().powered() );
+    line.member( "powered", call.hardware().powered() );
     line.key( "buses" ).beginArray();
-    for ( const auto &bus : call.board().buses() ) {
+    for ( const auto &bus : call.hardware().buses() ) {
         line.beginObject();
         line.member( "name", bus->name() ).member( "place", describe( bus->key() ) );
         line.member( "backend", bus->backend() );
@@ -69,7 +69,7 @@ void list( const Call &call ) {
     }
     line.endArray();
     line.key( "units" ).beginArray();
-    for ( const auto &unit : call.board().units() ) {
+    for ( const auto &unit : call.hardware().units() ) {
         line.beginObject().member( "name", unit->name ).member( "plugged", unit->plugged );
         line.key( "chips" ).beginArray();
         for ( const Chip *chip : unit->chips ) {
@@ -152,9 +152,9 @@ void set( const Call &call ) {
 void plug( const Call &call, bool plugged ) {
     call.json.expectObject( { "command", "name" } );
     const JsonView name = call.json.at( "name" );
-    if ( Unit *unit = call.board().findUnit( name.text() ) ) {
-        call.board().plug( *unit, plugged );
-    } else if ( Chip *chip = call.board().findChip( name.text() ) ) {
+    if ( Unit *unit = call.hardware().findUnit( name.text() ) ) {
+        call.hardware().plug( *unit, plugged );
+    } else if ( Chip *chip = call.hardware().findChip( name.text() ) ) {
         chip->plug( plugged );
     } else {
         name.fail( "the name of a unit or a chip" );
@@ -173,11 +173,11 @@ void power( const Call &call ) {
     const JsonView state = call.json.at( "state" );
     const std::string text = state.text();
     if ( text == "on" ) {
-        call.board().powerOn();
+        call.hardware().powerOn();
     } else if ( text == "off" ) {
-        call.board().powerOff();
+        call.hardware().powerOff();
     } else if ( text == "cycle" ) {
-        call.board().powerCycle();
+        call.hardware().powerCycle();
     } else {
         state.fail( "\"on\", \"off\" or \"cycle\"" );
     }
@@ -185,13 +185,13 @@ void power( const Call &call ) {
 
 void inject( const Call &call ) {
     call.json.expectObject( { "command", "fault" } );
-    call.line.member(
-        "fault", call.board().faults.inject( readFault( call.json.at( "fault" ), call.board() ) ) );
+    call.line.member( "fault", call.hardware().faults.inject(
+                                   readFault( call.json.at( "fault" ), call.hardware() ) ) );
 }
 
 void clear( const Call &call ) {
     call.json.expectObject( { "command", "fault", "target" } );
-    FaultTable &faults = call.board().faults;
+    FaultTable &faults = call.hardware().faults;
     if ( const auto id = call.json.find( "fault" ) ) {
         if ( !faults.clear( id->number( 1, anyNumber ) ) ) {
             id->fail( "the number of a fault in force" );
@@ -200,8 +200,8 @@ void clear( const Call &call ) {
         return;
     }
     const auto target = call.json.find( "target" );
-    if ( target && call.board().findBus( target->text() ) == nullptr &&
-         call.board().findChip( target->text() ) == nullptr ) {
+    if ( target && call.hardware().findBus( target->text() ) == nullptr &&
+         call.hardware().findChip( target->text() ) == nullptr ) {
         target->fail( "the name of a chip or a bus" );
     }
     call.line.member( "cleared", faults.clearTarget( target ? target->text() : "" ) );
@@ -210,7 +210,7 @@ void clear( const Call &call ) {
 void faults( const Call &call ) {
     call.json.expectObject( { "command" } );
     call.line.key( "faults" ).beginArray();
-    for ( const Fault &fault : call.board().faults.faults() ) {
+    for ( const Fault &fault : call.hardware().faults.faults() ) {
         call.line.beginObject().member( "fault", fault.id ).member( "target", fault.target );
         call.line.member( "kind", faultName( fault.kind ) ).member( "hits", fault.hits );
         if ( fault.times > 0 ) {
@@ -237,11 +237,11 @@ void counters( const Call &call ) {
     call.line.member( "transactions", call.control.dispatcher().transactions() );
     call.line.member( "clients", uint64_t{ call.control.clients() } );
     call.line.key( "buses" ).beginArray();
-    for ( const auto &bus : call.board().buses() ) {
+    for ( const auto &bus : call.hardware().buses() ) {
         writeCounters( *bus, call.line );
     }
     call.line.endArray().key( "chips" ).beginArray();
-    for ( const auto &chip : call.board().chips() ) {
+    for ( const auto &chip : call.hardware().chips() ) {
         writeCounters( *chip, call.line );
     }
     call.line.endArray();
@@ -250,7 +250,7 @@ void counters( const Call &call ) {
 void follow( const Call &call ) {
     call.json.expectObject( { "command", "bus" } );
     if ( const auto bus = call.json.find( "bus" ) ) {
-        if ( call.board().findBus( bus->text() ) == nullptr ) {
+        if ( call.hardware().findBus( bus->text() ) == nullptr ) {
             bus->fail( "the name of a bus" );
         }
         call.answer.followedBus = bus->text();
@@ -306,7 +306,7 @@ ControlAnswer Control::answer( std::string_view line ) {
         const JsonView json( document, "request" );
         JsonLine answered;
         answered.beginObject().member( "ok", true );
-        board_.updateConnections();
+        hardware_.updateConnections();
         run( { *this, json, answered, answer } );
         answered.endObject();
         answer.line = answered.text();

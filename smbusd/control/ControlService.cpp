@@ -125,10 +125,12 @@ class ControlSession : public std::enable_shared_from_this<ControlSession> {
 
 ControlService::ControlService( asio::io_context &loop, ListenSocket &socket, Control &control,
                                 Dispatcher &dispatcher )
-    : control_( control ), dispatcher_( dispatcher ), start_( control.board().scheduler().now() ),
-      acceptor_( loop, socket, control.board().log(), [ this ]( Acceptor::Socket accepted_socket ) {
-          accepted( std::move( accepted_socket ) );
-      } ) {}
+    : control_( control ), dispatcher_( dispatcher ),
+      start_( control.hardware().scheduler().now() ),
+      acceptor_( loop, socket, control.hardware().log(),
+                 [ this ]( Acceptor::Socket accepted_socket ) {
+                     accepted( std::move( accepted_socket ) );
+                 } ) {}
 
 ControlService::~ControlService() {
     dispatcher_.setTrafficListener( nullptr );
@@ -139,8 +141,8 @@ ControlService::~ControlService() {
 
 void ControlService::accepted( Acceptor::Socket socket ) {
     if ( sessions_.size() >= maxSessions ) {
-        control_.board().log().warning( "refused a control connection: {} are there already",
-                                        sessions_.size() );
+        control_.hardware().log().warning( "refused a control connection: {} are there already",
+                                           sessions_.size() );
         return;
     }
     const auto session = std::make_shared<ControlSession>( std::move( socket ), *this );
@@ -148,7 +150,7 @@ void ControlService::accepted( Acceptor::Socket socket ) {
     session->readLine();
 }
 
-/** Without followers the dispatcher is not even asked to tell. */
+/** Without followers the dispatcher has no listener, so that traffic costs nothing more. */
 void ControlService::listen() {
     if ( followers_ == 0 ) {
         dispatcher_.setTrafficListener( nullptr );
@@ -163,7 +165,7 @@ void ControlService::traffic( const TrafficEvent &event ) {
     for ( const std::shared_ptr<ControlSession> &session : sessions_ ) {
         if ( session->follows( event.bus ) ) {
             if ( line.empty() ) {
-                line = trafficLine( event, control_.board().scheduler().now() - start_ );
+                line = trafficLine( event, control_.hardware().scheduler().now() - start_ );
             }
             session->add( line );
         }

@@ -14,11 +14,13 @@ class ControlSession;
 /** The control socket: its connections, and the traffic for those that follow it. */
 class ControlService {
   public:
-    /** Most connections at once. */
+    /** Most connections at a time. */
     static constexpr size_t maxSessions = 32;
 
+    /** Serves control connections from now on. All but the socket's descriptor outlive it. */
     ControlService( asio::io_context &loop, ListenSocket &socket, Control &control,
                     Dispatcher &dispatcher );
+    /** Closes every connection, and follows the traffic no more. */
     ~ControlService();
 
   private:

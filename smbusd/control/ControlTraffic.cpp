@@ -12,7 +12,7 @@ std::string trafficLine( const TrafficEvent &event, Duration time ) {
     line.member( "time", std::chrono::duration<double>( time ).count() );
     line.member( "client", event.transaction.client );
     line.member( "transaction", event.transaction.id );
-    line.member( "request", static_cast<uint32_t>( event.transaction.next + 1 ) );
+    line.member( "request", static_cast<uint32_t>( event.request ) );
     line.member( "requests", static_cast<uint32_t>( event.transaction.request.requests_size() ) );
     line.member( "attempt", event.attempt ).member( "bus", event.bus.name() );
     line.member( "operation", kindName( event.operation.kind ) );

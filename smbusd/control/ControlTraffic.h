@@ -15,9 +15,12 @@ std::string trafficLine( const TrafficEvent &event, Duration time );
  */
 class TrafficQueue {
   public:
+    /** Most bytes that wait. */
     static constexpr size_t limit = 256 * 1024;
 
+    /** Adds a line without its end, or leaves it out when there is no room. */
     void add( const std::string &line );
+    /** Whether nothing waits. */
     bool empty() const { return waiting_.empty(); }
     /** Takes everything that waits. */
     std::string take();

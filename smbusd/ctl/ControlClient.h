@@ -27,7 +27,10 @@ class ControlClient {
     /** Connects. Throws ControlUnreachable. */
     explicit ControlClient( const std::string &path );
 
-    /** Sends one request and waits for its answer, which is left in line() too. */
+    /**
+     * Sends one request and waits for its answer, which is left in line() too. Throws
+     * ControlUnreachable, and ControlRefused if the answer says so.
+     */
     rapidjson::Document call( const std::string &request );
     /** The next line of the traffic. @return whether there was one before the service ended */
     bool next( rapidjson::Document &event );

@@ -144,7 +144,7 @@ class Message {
         }
     }
 
-    /** Reads that many bytes, and the packet error code behind them. */
+    /** Reads that many bytes, and the packet error code after them. */
     void readPhase( uint32_t count ) {
         const bool cut = operation_.kind == Kind::I2cBlockRead && effects_.missing > 0;
         const uint32_t wanted = cut ? count - std::min( count, effects_.missing ) : count;

@@ -1,3 +1,5 @@
+#include "smbusd/linux/LinuxAdapter.h"
+
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -8,8 +10,6 @@
 #include <unistd.h>
 #include <vector>
 
-#include "smbusd/linux/LinuxBus.h"
-
 extern "C" {
 #include <i2c/smbus.h>
 }
@@ -19,9 +19,9 @@ extern "C" {
 namespace smbusd {
 
 /**
- * By the kernel's fault code conventions. ENXIO is a missing acknowledge of an address; EREMOTEIO
- * may be that of any byte, so it counts as without effect only where there is no byte besides the
- * address and a harmless one. Of a process call either may come behind its data.
+ * ENXIO is a missing acknowledge of an address, EREMOTEIO one of any byte. Only a receive byte sends
+ * nothing but its address, so only there EREMOTEIO means that nothing has happened. A process call
+ * may fail with either after its data has reached the device.
  */
 Result adapterFailure( const Operation &operation, int error ) {
     const std::string detail = std::strerror( error );

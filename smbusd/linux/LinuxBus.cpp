@@ -95,7 +95,7 @@ std::unique_ptr<Bus> makeLinuxBus( std::string name, const BusKey &key, std::str
                                        std::move( access ), scheduler );
 }
 
-LinuxBusFactory linuxBusFactory( Scheduler &scheduler, Log &log ) {
+AdapterBusFactory linuxBusFactory( Scheduler &scheduler, Log &log ) {
     return [ &scheduler, &log ]( std::string name, const BusKey &key, std::string device ) {
         log.debug( "bus \"{}\" is {}", name, device );
         auto access = openAdapter( device );

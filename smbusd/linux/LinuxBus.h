@@ -5,33 +5,23 @@
 
 #include "smbusd/base/Log.h"
 #include "smbusd/base/Scheduler.h"
-#include "smbusd/board/HardwareConfig.h"
-#include "smbusd/bus/Bus.h"
+#include "smbusd/bus/AdapterBusFactory.h"
+#include "smbusd/linux/LinuxAdapter.h"
 
 namespace smbusd {
 
-/** What a kernel adapter is asked for; a test stands in for the device file. */
-class AdapterAccess {
-  public:
-    virtual ~AdapterAccess() = default;
-    /** Carries out one operation, blocking. Called on the bus's own thread only. */
-    virtual Result perform( const Operation &operation ) = 0;
-};
-
-/** What an error number of the kernel's I2C layer means for an operation. */
-Result adapterFailure( const Operation &operation, int error );
-
-/** The device file of a kernel adapter, through libi2c and I2C_RDWR; opened at first use. */
-std::unique_ptr<AdapterAccess> openAdapter( std::string device );
-
 /**
- * A bus behind a kernel adapter. Each has a thread of its own for the calls that block, so that a
- * slow adapter holds up no other bus.
+ * A bus on a kernel adapter. Each has a thread of its own for the calls that block, so that a slow
+ * adapter holds up no other bus. The bus ends only when the operation under way has ended.
+ *
+ * @param device     the adapter's device file, for whoever lists the bus
+ * @param access     carries the operations out
+ * @param scheduler  brings results back to the service's thread; outlives the bus
  */
 std::unique_ptr<Bus> makeLinuxBus( std::string name, const BusKey &key, std::string device,
                                    std::unique_ptr<AdapterAccess> access, Scheduler &scheduler );
 
-/** Makes buses on real device files. */
-LinuxBusFactory linuxBusFactory( Scheduler &scheduler, Log &log );
+/** Makes buses on real device files. The scheduler and the log outlive the buses. */
+AdapterBusFactory linuxBusFactory( Scheduler &scheduler, Log &log );
 
 } // namespace smbusd

@@ -18,14 +18,19 @@ namespace smbusd {
  */
 class ClientSession : public std::enable_shared_from_this<ClientSession> {
   public:
+    /** A connection that was accepted. */
     using Socket = asio::local::stream_protocol::socket;
+    /** Told once that the connection is over, whoever ended it but close(). */
     using Ended = std::function<void( ClientSession & )>;
 
+    /** @param number  of the connection, for the log. The dispatcher and the log outlive it. */
     ClientSession( Socket socket, unsigned number, Dispatcher &dispatcher, Log &log, Ended ended );
 
+    /** Begins with the first request. The session keeps itself alive while it waits. */
     void start() { readFrame(); }
     /** Closes the connection; a transaction under way is carried out to its end all the same. */
     void close();
+    /** The connection's number. */
     unsigned number() const { return number_; }
 
   private:

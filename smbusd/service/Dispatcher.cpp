@@ -1,6 +1,7 @@
 #include "smbusd/service/Dispatcher.h"
 
 #include <algorithm>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -17,142 +18,176 @@ bool contains( const std::vector<Bus *> &buses, const Bus *bus ) {
 
 } // namespace
 
+/** A transaction on its way through the dispatcher. */
+struct Dispatcher::Job {
+    std::shared_ptr<Transaction> transaction;
+    std::vector<Bus *> buses;   ///< all that the requests name, held from the first to the last
+    std::vector<Bus *> reached; ///< those that have seen one of its operations
+    int next = 0;               ///< index of the request that is under way, or comes next
+    uint32_t attempts = 0;      ///< of that request's operation, so far
+    size_t replyBytes = 0;      ///< of read data in the response
+    Operation operation;        ///< of that request; refers to its data
+    bool started = false;       ///< it holds its buses
+    bool executing = false;     ///< a bus has not completed its operation yet
+    bool suspended = false;     ///< run() returned while a bus was executing
+};
+
 void Dispatcher::submit( std::shared_ptr<Transaction> transaction ) {
     transaction->id = ++lastId_;
+    const auto job = std::make_shared<Job>();
     for ( const Smbus::Request &request : transaction->request.requests() ) {
-        Bus *bus = board_.findBus( busKeyOf( request ) );
-        if ( bus != nullptr && !contains( transaction->buses, bus ) ) {
-            transaction->buses.push_back( bus );
+        Bus *bus = hardware_.findBus( busKeyOf( request ) );
+        if ( bus != nullptr && !contains( job->buses, bus ) ) {
+            job->buses.push_back( bus );
         }
     }
-    // All queues are joined at once, so that no two transactions can wait for each other.
-    for ( Bus *bus : transaction->buses ) {
-        bus->queue.push_back( transaction );
+    job->transaction = std::move( transaction );
+    // All queues are joined together, so that no two transactions can wait for each other.
+    for ( const Bus *bus : job->buses ) {
+        queues_[ bus ].push_back( job );
     }
-    startIfFirst( transaction );
+    startIfFirst( job );
 }
 
-void Dispatcher::startIfFirst( const Pointer &transaction ) {
-    const auto first = [ & ]( const Bus *bus ) { return bus->queue.front() == transaction; };
-    if ( !transaction->started &&
-         std::all_of( transaction->buses.begin(), transaction->buses.end(), first ) ) {
-        transaction->started = true;
-        run( transaction );
+void Dispatcher::startIfFirst( const Pointer &job ) {
+    const auto first = [ & ]( const Bus *bus ) { return queues_.at( bus ).front() == job; };
+    if ( !job->started && std::all_of( job->buses.begin(), job->buses.end(), first ) ) {
+        job->started = true;
+        run( job );
     }
 }
 
-void Dispatcher::run( const Pointer &transaction ) {
+void Dispatcher::run( const Pointer &job ) {
     for ( int turn = 0; turn < operationsPerTurn; turn++ ) {
-        Bus *bus = prepare( *transaction );
+        Bus *bus = prepare( *job );
         if ( bus == nullptr ) {
-            finish( transaction );
+            finish( job );
             return;
         }
-        transaction->executing = true;
-        bus->execute( transaction->operation, [ this, transaction, bus ]( Result result ) {
-            completed( transaction, *bus, std::move( result ) );
+        job->executing = true;
+        bus->execute( job->operation, [ this, job, bus ]( Result result ) {
+            completed( job, *bus, std::move( result ) );
         } );
-        if ( transaction->executing ) {
-            transaction->suspended = true;
+        if ( job->executing ) {
+            job->suspended = true;
             return;
         }
     }
-    board_.scheduler().post( [ this, transaction ] { run( transaction ); } );
+    hardware_.scheduler().post( [ this, job ] { run( job ); } );
 }
 
 /** @return the bus of the operation that comes next; null when there is none or it is refused */
-Bus *Dispatcher::prepare( Transaction &transaction ) {
+Bus *Dispatcher::prepare( Job &job ) {
+    const Transaction &transaction = *job.transaction;
     if ( transaction.response.failed() || transaction.end != Transaction::End::Reply ||
-         transaction.next >= transaction.request.requests_size() ) {
+         job.next >= transaction.request.requests_size() ) {
         return nullptr;
     }
-    const Smbus::Request &request = transaction.request.requests( transaction.next );
+    const Smbus::Request &request = transaction.request.requests( job.next );
     const BusKey key = busKeyOf( request );
-    Bus *bus = board_.findBus( key );
+    Bus *bus = hardware_.findBus( key );
     if ( bus == nullptr ) {
-        fail( transaction, describe( key ), "no such bus is configured" );
+        refuse( job, describe( key ), "no such bus is configured" );
         return nullptr;
     }
-    const std::string wrong = parseOperation( request, transaction.operation );
+    const std::string wrong = parseOperation( request, job.operation );
     if ( !wrong.empty() ) {
-        fail( transaction, fmt::format( "bus \"{}\"", bus->name() ), wrong );
+        refuse( job, fmt::format( "bus \"{}\"", bus->name() ), wrong );
         return nullptr;
     }
-    if ( transaction.replyBytes + transaction.operation.length > maxReplyData ) {
-        fail( transaction, fmt::format( "bus \"{}\"", bus->name() ),
-              fmt::format( "the reply would hold more than {} bytes of data", maxReplyData ) );
+    if ( job.replyBytes + job.operation.length > maxReplyData ) {
+        refuse( job, fmt::format( "bus \"{}\"", bus->name() ),
+                fmt::format( "the reply would hold more than {} bytes of data", maxReplyData ) );
         return nullptr;
     }
-    if ( !contains( transaction.touched, bus ) ) {
-        transaction.touched.push_back( bus );
+    if ( !contains( job.reached, bus ) ) {
+        job.reached.push_back( bus );
         bus->transactionStarted();
     }
-    board_.updateConnections();
+    hardware_.updateConnections();
     return bus;
 }
 
 void Dispatcher::completed( const Pointer &pointer, Bus &bus, Result result ) {
-    Transaction &transaction = *pointer;
-    transaction.executing = false;
-    transaction.attempts++;
+    Job &job = *pointer;
+    job.executing = false;
+    job.attempts++;
     if ( listener_ ) {
-        listener_( { transaction, bus, transaction.operation, result, transaction.attempts } );
+        listener_( { *job.transaction, job.next + 1, bus, job.operation, result, job.attempts } );
     }
-    const uint32_t retries = std::min(
-        transaction.request.has_retrycount() ? transaction.request.retrycount() : defaultRetries,
-        maxRetries );
-    const uint32_t repeated = transaction.attempts - 1;
-    if ( result.outcome == Outcome::Done ) {
-        if ( repeated > 0 ) {
-            board_.log().info( "bus \"{}\": {}: done after {} repeat(s)", bus.name(),
-                               describe( transaction.operation ), repeated );
-        }
-        transaction.replyBytes += result.data.size();
-        Smbus::Response &response = *transaction.response.add_responses();
-        if ( transaction.operation.reads() ) {
-            response.set_data( std::move( result.data ) );
-        }
-        transaction.next++;
-        transaction.attempts = 0;
-    } else if ( result.outcome == Outcome::Dropped ) {
-        transaction.end = Transaction::End::Drop;
-    } else if ( result.outcome == Outcome::Muted ) {
-        transaction.end = Transaction::End::Mute;
-    } else if ( result.withoutEffect() && repeated < retries ) {
-        bus.retried( transaction.operation );
-    } else {
-        const std::string repeats =
-            repeated > 0 ? fmt::format( ", also when repeated {} time(s)", repeated ) : "";
-        fail( transaction,
-              fmt::format( "{} on bus \"{}\" ({})", describe( transaction.operation ), bus.name(),
-                           describe( bus.key() ) ),
-              result.text() + repeats );
+    switch ( result.outcome ) {
+    case Outcome::Done:
+        succeeded( job, bus, std::move( result ) );
+        break;
+    case Outcome::Dropped:
+        job.transaction->end = Transaction::End::Drop;
+        break;
+    case Outcome::Muted:
+        job.transaction->end = Transaction::End::Mute;
+        break;
+    default:
+        failed( job, bus, result );
     }
-    if ( transaction.suspended ) {
-        transaction.suspended = false;
+    if ( job.suspended ) {
+        job.suspended = false;
         run( pointer );
     }
 }
 
-void Dispatcher::fail( Transaction &transaction, std::string_view where, std::string_view why ) {
-    transaction.response.set_failed( true );
-    transaction.response.set_reason( fmt::format( "request {} of {}: {}: {}", transaction.next + 1,
-                                                  transaction.request.requests_size(), where,
-                                                  why ) );
-    board_.log().info( "client {}: {}", transaction.client, transaction.response.reason() );
+void Dispatcher::succeeded( Job &job, const Bus &bus, Result result ) {
+    const uint32_t repeated = job.attempts - 1;
+    if ( repeated > 0 ) {
+        hardware_.log().info( "bus \"{}\": {}: done after {} repeat(s)", bus.name(),
+                              describe( job.operation ), repeated );
+    }
+    job.replyBytes += result.data.size();
+    Smbus::Response &response = *job.transaction->response.add_responses();
+    if ( job.operation.reads() ) {
+        response.set_data( std::move( result.data ) );
+    }
+    job.next++;
+    job.attempts = 0;
 }
 
-void Dispatcher::finish( const Pointer &transaction ) {
-    for ( Bus *bus : transaction->buses ) {
-        bus->queue.pop_front();
+/** Leaves the operation to be attempted again, or ends the transaction. */
+void Dispatcher::failed( Job &job, Bus &bus, const Result &result ) {
+    const Smbus::TransactionRequest &request = job.transaction->request;
+    const uint32_t retries =
+        std::min( request.has_retrycount() ? request.retrycount() : defaultRetries, maxRetries );
+    const uint32_t repeated = job.attempts - 1;
+    if ( result.withoutEffect() && repeated < retries ) {
+        bus.retried( job.operation );
+        return;
     }
-    for ( Bus *bus : transaction->buses ) {
-        if ( !bus->queue.empty() ) {
-            board_.scheduler().post(
-                [ this, following = bus->queue.front() ] { startIfFirst( following ); } );
+    const std::string repeats =
+        repeated > 0 ? fmt::format( ", also when repeated {} time(s)", repeated ) : "";
+    refuse( job,
+            fmt::format( "{} on bus \"{}\" ({})", describe( job.operation ), bus.name(),
+                         describe( bus.key() ) ),
+            result.text() + repeats );
+}
+
+void Dispatcher::refuse( Job &job, std::string_view where, std::string_view why ) {
+    Transaction &transaction = *job.transaction;
+    transaction.response.set_failed( true );
+    transaction.response.set_reason( fmt::format( "request {} of {}: {}: {}", job.next + 1,
+                                                  transaction.request.requests_size(), where,
+                                                  why ) );
+    hardware_.log().info( "client {}: {}", transaction.client, transaction.response.reason() );
+}
+
+void Dispatcher::finish( const Pointer &job ) {
+    for ( const Bus *bus : job->buses ) {
+        queues_.at( bus ).pop_front();
+    }
+    for ( const Bus *bus : job->buses ) {
+        const std::deque<Pointer> &queue = queues_.at( bus );
+        if ( !queue.empty() ) {
+            hardware_.scheduler().post(
+                [ this, following = queue.front() ] { startIfFirst( following ); } );
         }
     }
-    transaction->done( *transaction );
+    job->transaction->done( *job->transaction );
 }
 
 } // namespace smbusd

@@ -1,46 +1,41 @@
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <memory>
-#include <vector>
+#include <unordered_map>
 
 #include <smbus.pb.h>
 
-#include "smbusd/board/Board.h"
+#include "smbusd/board/Hardware.h"
 
 namespace smbusd {
 
-/** What a client asked for, on its way through the service. */
+/** What a client asked for, and what it is to be told. */
 struct Transaction {
     /** What is to become of the client's connection. */
-    enum class End { Reply, Drop, Mute };
+    enum class End {
+        Reply, ///< it gets the response
+        Drop,  ///< it is closed, by an injected fault
+        Mute,  ///< it gets no answer, now or later, by an injected fault
+    };
 
-    uint64_t id = 0;     ///< given by the dispatcher, counting up
-    unsigned client = 0; ///< the connection's number, for whoever follows the traffic
-    Smbus::TransactionRequest request;
-    Smbus::TransactionResponse response;
-    End end = End::Reply;
+    uint64_t id = 0;                           ///< given by the dispatcher, counting up from 1
+    unsigned client = 0;                       ///< the connection's number, for whoever follows
+    Smbus::TransactionRequest request;         ///< stays as it is until the end
+    Smbus::TransactionResponse response;       ///< grows with each request that is done
+    End end = End::Reply;                      ///< meant once done was called
     std::function<void( Transaction & )> done; ///< called once, when the response is whole
-
-    // The dispatcher's own.
-    std::vector<Bus *> buses; ///< all that the requests name, held from the first to the last
-    std::vector<Bus *> touched;
-    int next = 0;
-    uint32_t attempts = 0;
-    size_t replyBytes = 0;
-    Operation operation;
-    bool started = false;
-    bool executing = false;
-    bool suspended = false;
 };
 
 /** One attempt of an operation, as seen by whoever follows the traffic. */
 struct TrafficEvent {
-    const Transaction &transaction;
-    const Bus &bus;
-    const Operation &operation;
-    const Result &result;
-    uint32_t attempt; ///< from 1
+    const Transaction &transaction; ///< that the operation belongs to
+    int request;                    ///< which one of the transaction's, from 1
+    const Bus &bus;                 ///< its trace() shows the attempt
+    const Operation &operation;     ///< that was attempted
+    const Result &result;           ///< what came of it
+    uint32_t attempt;               ///< from 1
 };
 
 /**
@@ -50,6 +45,9 @@ struct TrafficEvent {
  */
 class Dispatcher {
   public:
+    /** Takes what follows the traffic; called after every attempt. */
+    using TrafficListener = std::function<void( const TrafficEvent & )>;
+
     /** Repeats of an operation without effect, for a request that asks for no number. */
     static constexpr uint32_t defaultRetries = 3;
     /** Most repeats, whatever is asked for: a client must not hold a bus for ever. */
@@ -57,27 +55,37 @@ class Dispatcher {
     /** Most bytes of read data in one reply, so that the message stays within the frame's limit. */
     static constexpr size_t maxReplyData = 512 * 1024;
 
-    explicit Dispatcher( Board &board ) : board_( board ) {}
+    /** @param hardware  where the buses are; outlives the dispatcher */
+    explicit Dispatcher( Hardware &hardware ) : hardware_( hardware ) {}
 
+    /**
+     * Carries a transaction out, now or as soon as its buses are free. Its end is told through
+     * Transaction::done, possibly before this returns.
+     */
     void submit( std::shared_ptr<Transaction> transaction );
 
-    using TrafficListener = std::function<void( const TrafficEvent & )>;
+    /** From now on tells of every attempt; an empty listener ends that. */
     void setTrafficListener( TrafficListener listener ) { listener_ = std::move( listener ); }
 
     /** Transactions accepted so far. */
     uint64_t transactions() const { return lastId_; }
 
   private:
-    using Pointer = std::shared_ptr<Transaction>;
+    struct Job;
+    using Pointer = std::shared_ptr<Job>;
 
-    void startIfFirst( const Pointer &transaction );
-    void run( const Pointer &transaction );
-    Bus *prepare( Transaction &transaction );
-    void completed( const Pointer &transaction, Bus &bus, Result result );
-    void fail( Transaction &transaction, std::string_view where, std::string_view why );
-    void finish( const Pointer &transaction );
+    void startIfFirst( const Pointer &job );
+    void run( const Pointer &job );
+    Bus *prepare( Job &job );
+    void completed( const Pointer &job, Bus &bus, Result result );
+    void succeeded( Job &job, const Bus &bus, Result result );
+    void failed( Job &job, Bus &bus, const Result &result );
+    void refuse( Job &job, std::string_view where, std::string_view why );
+    void finish( const Pointer &job );
 
-    Board &board_;
+    Hardware &hardware_;
+    /** By bus: the job that holds it (the first), and those that wait for it. */
+    std::unordered_map<const Bus *, std::deque<Pointer>> queues_;
     TrafficListener listener_;
     uint64_t lastId_ = 0;
 };

@@ -20,7 +20,7 @@ class ListenError : public std::runtime_error {
  *
  * The file gets its mode before anyone can connect. A file left behind by a service that is gone
  * is replaced; one on which somebody listens, or which is no socket, is refused. Two services that
- * start at once on one path cannot both succeed.
+ * start at the same time on one path cannot both succeed.
  */
 class ListenSocket {
   public:
@@ -33,7 +33,7 @@ class ListenSocket {
     ListenSocket( const ListenSocket & ) = delete;
     ListenSocket &operator=( const ListenSocket & ) = delete;
 
-    /** Hands the descriptor over. */
+    /** Hands the descriptor over; the file is still removed at the end. */
     int release();
     /** What it listens on, for messages. */
     const std::string &path() const { return path_; }
@@ -50,8 +50,8 @@ class ListenSocket {
 
 /** Sockets handed over by the service manager (the LISTEN_* variables); -1 for none. */
 struct InheritedSockets {
-    int service = -1;
-    int control = -1;
+    int service = -1; ///< for the clients
+    int control = -1; ///< for the control tool
 };
 
 /**

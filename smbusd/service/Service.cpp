@@ -3,7 +3,7 @@
 namespace smbusd {
 
 namespace {
-/** After a failed accept (no descriptors left, say) trying at once would only spin. */
+/** After a failed accept (no descriptors left, say) trying again immediately would only spin. */
 constexpr auto pauseAfterFailure = std::chrono::milliseconds( 100 );
 } // namespace
 
@@ -34,10 +34,10 @@ void Acceptor::accept() {
     } );
 }
 
-Service::Service( asio::io_context &loop, ListenSocket &socket, Board &board,
+Service::Service( asio::io_context &loop, ListenSocket &socket, Hardware &hardware,
                   Dispatcher &dispatcher, size_t maxClients )
-    : log_( board.log() ), dispatcher_( dispatcher ), maxClients_( maxClients ),
-      acceptor_( loop, socket, board.log(), [ this ]( Acceptor::Socket accepted_socket ) {
+    : log_( hardware.log() ), dispatcher_( dispatcher ), maxClients_( maxClients ),
+      acceptor_( loop, socket, hardware.log(), [ this ]( Acceptor::Socket accepted_socket ) {
           accepted( std::move( accepted_socket ) );
       } ) {}
 

@@ -17,8 +17,14 @@ namespace smbusd {
 /** Accepts connections on one listening socket, for as long as it lives. */
 class Acceptor {
   public:
+    /** A connection that was accepted. */
     using Socket = asio::local::stream_protocol::socket;
 
+    /**
+     * Accepts from now on.
+     * @param socket    gives its descriptor up
+     * @param accepted  gets each connection
+     */
     Acceptor( asio::io_context &loop, ListenSocket &socket, Log &log,
               std::function<void( Socket )> accepted );
 
@@ -34,10 +40,16 @@ class Acceptor {
 /** The clients of the SMBus service and the board they work on. */
 class Service {
   public:
-    Service( asio::io_context &loop, ListenSocket &socket, Board &board, Dispatcher &dispatcher,
-             size_t maxClients );
+    /**
+     * Serves clients from now on. All but the socket's descriptor outlive the service.
+     * @param maxClients  most at a time; who comes then is sent away
+     */
+    Service( asio::io_context &loop, ListenSocket &socket, Hardware &hardware,
+             Dispatcher &dispatcher, size_t maxClients );
+    /** Closes every connection. */
     ~Service();
 
+    /** Clients connected now. */
     size_t clients() const { return sessions_.size(); }
 
   private:

@@ -16,8 +16,8 @@ inline constexpr Place testBus = { Smbus::SCD, 0x300, 1, 2, 0 };
 /** A board without sockets: transactions go straight to its dispatcher, time is the test's. */
 class TestBoard {
   public:
-    explicit TestBoard( const std::string &hardware, const std::string &folder = "." ) {
-        smbusd::loadHardwareText( hardware, "hardware.json", folder, board,
+    explicit TestBoard( const std::string &text, const std::string &folder = "." ) {
+        smbusd::loadHardwareText( text, "hardware.json", folder, hardware,
                                   []( auto, const auto &, auto ) -> std::unique_ptr<smbusd::Bus> {
                                       throw std::runtime_error( "no kernel adapters here" );
                                   } );
@@ -66,7 +66,7 @@ class TestBoard {
     }
 
     smbusd::Chip &chip( const std::string &name ) {
-        smbusd::Chip *found = board.findChip( name );
+        smbusd::Chip *found = hardware.findChip( name );
         if ( found == nullptr ) {
             throw std::runtime_error( "no chip " + name );
         }
@@ -80,7 +80,7 @@ class TestBoard {
         fault.kind = kind;
         fault.target = target;
         fault.times = times;
-        return board.faults.inject( fault );
+        return hardware.faults.inject( fault );
     }
     bool logged( const std::string &text ) const {
         for ( const std::string &line : logLines ) {
@@ -96,8 +96,8 @@ class TestBoard {
         smbusd::LogLevel::Debug,
         [ this ]( smbusd::LogLevel, const std::string &line ) { logLines.push_back( line ); } };
     ManualScheduler scheduler;
-    smbusd::Board board{ scheduler, log };
-    smbusd::Dispatcher dispatcher{ board };
+    smbusd::Hardware hardware{ scheduler, log };
+    smbusd::Dispatcher dispatcher{ hardware };
     std::vector<std::string> wire;  ///< one entry an operation since the last run()
     std::vector<uint64_t> finished; ///< transactions in the order of their ends
 };

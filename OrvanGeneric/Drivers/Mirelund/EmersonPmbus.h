@@ -18,8 +18,10 @@ class MirePsuPCA9555;
  */
 class EmersonPmbus : public Component::HardwareDevice {
   public:
+    /** The supply's measurements. */
     class Psu final : public Component::LogicalDevice::Psu {
       public:
+        /** @param supply  outlives this object */
         explicit Psu( EmersonPmbus *supply ) : supply_( supply ) {}
 
         pl_status get_power_ok( int *ok ) override;
@@ -38,10 +40,11 @@ class EmersonPmbus : public Component::HardwareDevice {
 
     /** What a fan's speed is read from and commanded with. */
     struct FanRegisters {
-        uint8_t speed;
-        uint8_t command;
+        uint8_t speed;   ///< READ_FAN_SPEED_n
+        uint8_t command; ///< FAN_COMMAND_n
     };
 
+    /** A fan of the supply. */
     class Fan final : public Component::LogicalDevice::Fan {
       public:
         /** @param number  1 or 2; @param maxFanRpm  cap of setRpm(); @param pec  for writes */
@@ -58,6 +61,7 @@ class EmersonPmbus : public Component::HardwareDevice {
         int maxFanRpm_;
     };
 
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
 
     /** @param psuId  1 or 2 */

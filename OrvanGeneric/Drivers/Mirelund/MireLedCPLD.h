@@ -17,6 +17,7 @@ class MireLedCPLD : public Component::HardwareDevice {
 /** The kind whose QSFP port LEDs only need to be set up. */
 class MireCLedCPLD : public MireLedCPLD {
   public:
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
 
     int init() override;
@@ -45,13 +46,17 @@ class MireGpioLedCPLD : public MireLedCPLD {
     Component::LogicalDevice::Gpio *newGpio( const DriverArgs &args ) override;
 };
 
+/** The LED CPLD of the Z boards. */
 class MireZLedCPLD : public MireGpioLedCPLD {
   public:
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
 };
 
+/** The LED CPLD of the T boards. */
 class MireTLedCPLD : public MireGpioLedCPLD {
   public:
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
 };
 

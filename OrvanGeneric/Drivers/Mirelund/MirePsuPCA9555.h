@@ -23,8 +23,8 @@ class MirePsuPCA9555 : public GPIOExpander {
 
         /** Colours; the expander's save() shows them. */
         virtual void setLedGreen();
-        virtual void setLedRed();
-        virtual void setLedOff();
+        virtual void setLedRed(); ///< see setLedGreen()
+        virtual void setLedOff(); ///< see setLedGreen()
 
       protected:
         /** @param index  from 0 */
@@ -40,16 +40,21 @@ class MirePsuPCA9555 : public GPIOExpander {
         uint8_t redPin_;
     };
 
+    /** The LED of one supply. */
     class PsuLed final : public Led {
       public:
+        /** @param index  0 for supply 1, 1 for supply 2 */
         PsuLed( MirePsuPCA9555 *expander, uint8_t index );
     };
 
+    /** The LED of the fan area. */
     class MultiFanLed final : public Led {
       public:
+        /** @param index  from 0 */
         MultiFanLed( MirePsuPCA9555 *expander, uint8_t index );
     };
 
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
 
     MirePsuPCA9555();

@@ -25,6 +25,7 @@ class MireSQSFP : public MireSPCA9555 {
   public:
     using MireSPCA9555::MireSPCA9555;
 
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
     Component::LogicalDevice::QsfpXcvr *newQsfpXcvr( unsigned int id,
                                                      const DriverArgs &args ) override;

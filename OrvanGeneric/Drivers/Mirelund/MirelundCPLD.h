@@ -18,16 +18,21 @@ namespace Drivers {
  */
 class MireXcvrCPLD : public Component::PollingDevice<Component::HardwareDevice> {
   public:
+    /** What the cages of this chip share. */
     using XcvrHelper = Drivers::XcvrHelper<MireXcvrCPLD>;
+    /** An SFP cage of this chip. */
     using SfpXcvr = NibbleSfpXcvr<MireXcvrCPLD>;
+    /** A QSFP cage of this chip. */
     using QsfpXcvr = NibbleQsfpXcvr<MireXcvrCPLD>;
 
+    /** The layout of an SFP port's nibble. */
     static constexpr SfpLines sfpLines = {
         .presence = { 1, false, "getSfpPresence", nullptr },
         .rxLos = { 0, false, "getSfpRxLos", nullptr },
         .txFault = { 3, false, "getSfpTxFault", nullptr },
         .txDisable = { 2, false, "getSfpTxDisable", "setSfpTxDisable" },
     };
+    /** The layout of a QSFP port's nibble. */
     static constexpr QsfpLines qsfpLines = {
         .presence = { 1, false, "getQsfpPresence", nullptr },
         .modSel = { 0, false, "getQsfpModSel", "setQsfpModSel" },
@@ -64,6 +69,7 @@ class MireXcvrCPLD : public Component::PollingDevice<Component::HardwareDevice> 
     pl_status readLine( uint8_t reg, uint8_t bit, int *out ) {
         return getRegisterBit( reg, bit, out, false );
     }
+    /** Writes through, for the ports. */
     pl_status writeLine( uint8_t reg, uint8_t bit, bool value ) {
         return setRegisterBit( reg, bit, value, false );
     }
@@ -84,6 +90,7 @@ class MireXcvrCPLD : public Component::PollingDevice<Component::HardwareDevice> 
 /** The CPLD of boards with SFP and QSFP ports. */
 class MirelundQCPLD : public MireXcvrCPLD {
   public:
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
     int init() override;
     /** @param id  1 to 32; two CPLDs share them, so the ids 16 apart name the same lines */
@@ -95,6 +102,7 @@ class MirelundQCPLD : public MireXcvrCPLD {
 /** The CPLD of the Y boards: SFP ports only. */
 class MirelundYCPLD : public MireXcvrCPLD {
   public:
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
     int init() override;
 };
@@ -102,6 +110,7 @@ class MirelundYCPLD : public MireXcvrCPLD {
 /** The CPLD of the Z boards: SFP ports only. No description can name it yet. */
 class MirelundZCPLD : public MireXcvrCPLD {
   public:
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
     int init() override;
 };

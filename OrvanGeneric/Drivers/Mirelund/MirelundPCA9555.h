@@ -35,6 +35,7 @@ class MirelundPCA9555 : public GPIOExpander {
 
         /** Amber and green; the expander's save() shows it. */
         void setLedOn();
+        /** Dark; the expander's save() shows it. */
         void setLedOff();
 
       private:
@@ -43,6 +44,7 @@ class MirelundPCA9555 : public GPIOExpander {
         uint8_t pin_;
     };
 
+    /** The bay of a fan tray: whether one is in, and which way it blows. */
     class FanSlot : public Component::LogicalDevice::Slot {
       public:
         /** @param index  the fan's, 0 to 3 */
@@ -73,6 +75,7 @@ class MirelundPCA9555 : public GPIOExpander {
         bool cachedAirflow_ = false;            ///< what cachedFdl_ was filled for
     };
 
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
 
     /** @param config0  direction of the pins of bank 0; @p config1 of bank 1 */

@@ -36,6 +36,7 @@ class MirelundSFP : public MirelundPCA9698 {
  */
 class MireYQSFP : public MirelundPCA9698 {
   public:
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
     Component::LogicalDevice::QsfpXcvr *newQsfpXcvr( unsigned int id,
                                                      const DriverArgs &args ) override;
@@ -44,6 +45,7 @@ class MireYQSFP : public MirelundPCA9698 {
 /** The QSFP ports 49 to 56 of the Z boards. No description can name it yet. */
 class MireZQSFP : public MirelundPCA9698 {
   public:
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
     /** Writes the pins' directions: reset and low-power mode are outputs. */
     int init() override;

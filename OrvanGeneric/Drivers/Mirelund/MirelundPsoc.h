@@ -19,6 +19,7 @@ namespace Drivers {
  */
 class MirelundPsoc : public Component::PollingDevice<Component::HardwareDevice> {
   public:
+    /** A fan: its tachometer, and the duty that all fans share. */
     class Fan : public Component::LogicalDevice::Fan {
       public:
         /**
@@ -46,8 +47,10 @@ class MirelundPsoc : public Component::PollingDevice<Component::HardwareDevice> 
         bool pwmMaster_;
     };
 
+    /** A temperature of the board. */
     class TempSensor : public Component::LogicalDevice::TempSensor {
       public:
+        /** @param reg  the register with whole degrees Celsius */
         TempSensor( MirelundPsoc *driver, uint8_t id, uint8_t reg )
             : driver_( driver ), id_( id ), register_( reg ) {}
 
@@ -62,6 +65,7 @@ class MirelundPsoc : public Component::PollingDevice<Component::HardwareDevice> 
         uint8_t register_;
     };
 
+    /** Makes the driver that a description asks for; the caller owns it. */
     static Component::HardwareDevice *create( const DriverArgs &args, Ham::Ham *ham );
 
     /** Writes the configuration and, the first time, starts polling; does not poll itself. */

@@ -11,8 +11,8 @@ namespace Drivers {
 struct XcvrExpanderFamily {
     unsigned banks;          ///< that carry ports, two each
     const char *writeFailed; ///< trace formats: bank and bit, both decimal
-    const char *readFailed;
-    uint8_t tracedBits; ///< which bits of the bit's number these show
+    const char *readFailed;  ///< likewise
+    uint8_t tracedBits;      ///< which bits of the bit's number these show
 };
 
 /**
@@ -22,15 +22,19 @@ struct XcvrExpanderFamily {
  */
 class XcvrExpander {
   public:
+    /** An SFP cage of this chip. */
     using SfpXcvr = NibbleSfpXcvr<XcvrExpander>;
+    /** A QSFP cage of this chip. */
     using QsfpXcvr = NibbleQsfpXcvr<XcvrExpander>;
 
+    /** The layout of an SFP port's nibble. */
     static constexpr SfpLines sfpLines = {
         .presence = { 0, false, "getPresence", nullptr },
         .rxLos = { 1, false, "getRxLos", nullptr },
         .txFault = { 3, false, "getTxFault", nullptr },
         .txDisable = { 2, false, "getTxDisable", "setTxDisable" },
     };
+    /** The layout of a QSFP port's nibble. */
     static constexpr QsfpLines qsfpLines = {
         .presence = { 2, false, "getPresence", nullptr },
         .modSel = { 0, false, "getModSel", "setModSel" },
@@ -54,6 +58,7 @@ class XcvrExpander {
     pl_status readLine( uint8_t bank, uint8_t bit, int *out ) {
         return getRegisterBit( bank, bit, out );
     }
+    /** Writes through, for the ports. */
     pl_status writeLine( uint8_t bank, uint8_t bit, bool value ) {
         return writeRegisterBit( bank, bit, value );
     }
@@ -62,7 +67,9 @@ class XcvrExpander {
     /** The nibble of a port; the ports of further expanders of the board map alike. */
     XcvrPort portOf( unsigned int id ) const;
 
+    /** A new cage on the nibble of that port; the caller owns it. */
     SfpXcvr *makeSfpXcvr( unsigned int id ) { return new SfpXcvr( id, this, portOf( id ) ); }
+    /** A new cage on the nibble of that port; the caller owns it. */
     QsfpXcvr *makeQsfpXcvr( unsigned int id ) { return new QsfpXcvr( id, this, portOf( id ) ); }
 
   private:

@@ -19,12 +19,19 @@ struct XcvrLine {
 
 /** The lines of an SFP cage. */
 struct SfpLines {
-    XcvrLine presence, rxLos, txFault, txDisable;
+    XcvrLine presence;  ///< a module is in
+    XcvrLine rxLos;     ///< the receiver has lost its signal
+    XcvrLine txFault;   ///< the transmitter reports a fault
+    XcvrLine txDisable; ///< the transmitter is switched off
 };
 
 /** The lines of a QSFP cage. Module select is wired on none of these boards: only its names count. */
 struct QsfpLines {
-    XcvrLine presence, modSel, lpMode, reset, interrupt;
+    XcvrLine presence;  ///< a module is in
+    XcvrLine modSel;    ///< the module listens on its two-wire interface
+    XcvrLine lpMode;    ///< low-power mode
+    XcvrLine reset;     ///< the module is held in reset
+    XcvrLine interrupt; ///< the module asks for attention
 };
 
 /** Where a port's nibble is. */
@@ -43,6 +50,7 @@ struct XcvrPort {
 template <class Chip>
 class XcvrHelper {
   protected:
+    /** @param chip  not owned; outlives the port */
     XcvrHelper( Chip *chip, const XcvrPort &port ) : chip_( chip ), port_( port ) {}
 
     /** 1 or 0; a failing status as it is. */
@@ -51,15 +59,18 @@ class XcvrHelper {
         const pl_status status = get( line, &value );
         return status != PL_STATUS_OK ? static_cast<int>( status ) : value;
     }
+    /** Whether a signal is asserted, 1 or 0; @p value is set on success only. */
     pl_status get( const XcvrLine &line, int *value ) const {
         trace( line.getter );
         const pl_status status = chip_->readLine( port_.place, bit( line ), value );
         return line.activeLow ? Chip::activeLow( status, value ) : status;
     }
+    /** Asserts a signal, or with 0 withdraws it. */
     pl_status set( const XcvrLine &line, int value ) const {
         trace( line.setter );
         return chip_->writeLine( port_.place, bit( line ), ( value != 0 ) != line.activeLow );
     }
+    /** Traces an operation with the port's number, at level 5. */
     void trace( const char *operation ) const { TRACE( 5, "%s(): id=%hhu", operation, port_.id ); }
 
   private:

@@ -4,7 +4,8 @@
 #include <memory>
 #include <vector>
 
-#include "smbusd/emulation/ChipTypes.h"
+#include "smbusd/emulation/Chip.h"
+#include "smbusd/emulation/ChipOptions.h"
 #include "smbusd/emulation/chips/SmbusDevice.h"
 
 namespace smbusd {
@@ -16,15 +17,20 @@ namespace smbusd {
  */
 class CommandDevice : public SmbusDevice {
   public:
+    /** Makes one as hardware.json describes it. Throws ConfigError for what is wrong there. */
     static std::unique_ptr<Chip> create( ChipContext context, const ChipOptions &options );
 
     using SmbusDevice::SmbusDevice;
 
-    /** @param value  what it holds after a reset: low byte first, or a block's bytes */
+    /**
+     * Adds a command, or replaces it.
+     * @param value  what it holds after a reset: low byte first, or a block's bytes
+     */
     void addCommand( uint8_t command, const CommandShape &shape, std::vector<uint8_t> value );
 
     void reset() override;
 
+    /** A send command is a register that holds how often it came. */
     std::vector<RegisterInfo> registers() const override;
     RegisterContent peek( uint32_t reg ) const override;
     void poke( uint32_t reg, const RegisterContent &content ) override;

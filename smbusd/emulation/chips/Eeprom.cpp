@@ -104,7 +104,7 @@ bool Eeprom::start( bool read ) {
     if ( scheduler().now() < busyUntil_ ) {
         return false;
     }
-    // Without a STOP behind them, written bytes are not stored.
+    // Without a STOP after them, written bytes are not stored.
     page_.clear();
     if ( !read ) {
         addressBytesSeen_ = 0;

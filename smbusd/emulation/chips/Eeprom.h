@@ -5,7 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "smbusd/emulation/ChipTypes.h"
+#include "smbusd/emulation/Chip.h"
+#include "smbusd/emulation/ChipOptions.h"
 
 namespace smbusd {
 
@@ -14,22 +15,23 @@ struct EepromLayout {
     uint32_t size = 256;       ///< bytes
     unsigned addressBytes = 1; ///< that name a byte: 1, or 2 with the high byte first
     uint32_t pageSize = 8;     ///< bytes that one write can reach
-    Duration writeCycle{};     ///< how long nothing is acknowledged behind a write's STOP
+    Duration writeCycle{};     ///< how long nothing is acknowledged after a write's STOP
 };
 
 /**
  * A serial EEPROM of the 24C family.
  *
- * What is written is stored at the STOP, within one page: behind its last byte comes its first.
+ * What is written is stored at the STOP, within one page: after its last byte comes its first.
  * Reads go on through the whole memory and around its end, from the address written before or else
  * from where the last access ended. The content survives the loss of power, but not the service's
  * end. While the input "wp" is 1, writes are acknowledged and change nothing.
  */
 class Eeprom : public Chip {
   public:
+    /** Makes one as hardware.json describes it. Throws ConfigError for what is wrong there. */
     static std::unique_ptr<Chip> create( ChipContext context, const ChipOptions &options );
 
-    /** @param content  the first bytes; the others are 0xFF, as delivered */
+    /** @param content  the first bytes, at most the size; the others are 0xFF, as delivered */
     Eeprom( ChipContext context, const EepromLayout &layout, const std::string &content );
 
     bool start( bool read ) override;

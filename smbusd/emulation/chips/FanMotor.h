@@ -12,8 +12,10 @@ namespace smbusd {
  */
 class FanMotor {
   public:
+    /** Stands still. @param timeConstant  0: every change of speed is immediate */
     explicit FanMotor( Duration timeConstant = Duration::zero() ) : timeConstant_( timeConstant ) {}
 
+    /** @return revolutions per minute at that moment, which is not before the last change */
     double speed( Duration now ) const {
         if ( timeConstant_ <= Duration::zero() ) {
             return target_;
@@ -27,7 +29,7 @@ class FanMotor {
         target_ = target;
         since_ = now;
     }
-    /** Something made it turn at that speed all at once; it is driven on as before. */
+    /** Something made it turn at that speed immediately; it is driven on as before. */
     void force( double speed, Duration now ) {
         from_ = speed;
         since_ = now;

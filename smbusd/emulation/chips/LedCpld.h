@@ -12,8 +12,10 @@ namespace smbusd {
  */
 class LedCpld : public RegisterFile {
   public:
+    /** Makes one as hardware.json describes it. Throws ConfigError for what is wrong there. */
     static std::unique_ptr<Chip> create( ChipContext context, const ChipOptions &options );
 
+    /** With its reset values. */
     explicit LedCpld( ChipContext context );
 
     std::vector<RegisterInfo> registers() const override;

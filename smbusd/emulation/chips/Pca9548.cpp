@@ -3,7 +3,7 @@
 namespace smbusd {
 
 namespace {
-// The chip has no register numbers; behind the bus's back its one register is number 0.
+// The chip has no register numbers; by hand its one register is number 0.
 constexpr uint32_t controlRegister = 0;
 } // namespace
 

@@ -3,19 +3,22 @@
 #include <array>
 #include <memory>
 
-#include "smbusd/emulation/ChipTypes.h"
+#include "smbusd/emulation/Chip.h"
+#include "smbusd/emulation/ChipOptions.h"
 #include "smbusd/emulation/Segment.h"
 
 namespace smbusd {
 
 /**
  * PCA9548: eight-channel switch. Its only register is a mask of the open channels; any number of
- * them may be open. A new mask takes effect at the STOP behind it. All are closed at power-on.
+ * them may be open. A new mask takes effect at the STOP after it. All are closed at power-on.
  */
 class Pca9548 : public Chip, public Mux {
   public:
+    /** Makes one as hardware.json describes it. Throws ConfigError for what is wrong there. */
     static std::unique_ptr<Chip> create( ChipContext context, const ChipOptions &options );
 
+    /** With all channels closed and nothing on them. */
     explicit Pca9548( ChipContext context ) : Chip( std::move( context ) ) {}
 
     bool start( bool ) override { return true; }
@@ -24,6 +27,7 @@ class Pca9548 : public Chip, public Mux {
     void stop() override { open_ = written_; }
     void reset() override;
 
+    /** The chip has no register numbers: its only register is number 0. */
     std::vector<RegisterInfo> registers() const override;
     RegisterContent peek( uint32_t reg ) const override;
     void poke( uint32_t reg, const RegisterContent &content ) override;

@@ -12,8 +12,10 @@ namespace smbusd {
  */
 class Pca9555 : public PinExpander {
   public:
+    /** Makes one as hardware.json describes it. Throws ConfigError for what is wrong there. */
     static std::unique_ptr<Chip> create( ChipContext context, const ChipOptions &options );
 
+    /** With its reset values, and nothing that drives its lines. */
     explicit Pca9555( ChipContext context );
 
   protected:

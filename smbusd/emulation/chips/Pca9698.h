@@ -17,8 +17,10 @@ namespace smbusd {
  */
 class Pca9698 : public PinExpander {
   public:
+    /** Makes one as hardware.json describes it. Throws ConfigError for what is wrong there. */
     static std::unique_ptr<Chip> create( ChipContext context, const ChipOptions &options );
 
+    /** With its reset values, and nothing that drives its lines. */
     explicit Pca9698( ChipContext context );
 
     void reset() override;

@@ -4,27 +4,28 @@
 #include <optional>
 #include <span>
 
-#include "smbusd/emulation/ChipTypes.h"
+#include "smbusd/emulation/Chip.h"
+#include "smbusd/emulation/ChipOptions.h"
 
 namespace smbusd {
 
 /** Registers of a pin expander: one for each bank, or one for the whole chip. */
 struct PinRegisters {
-    std::string_view name;
-    uint8_t first; ///< of bank 0, or the only one
-    uint8_t reset;
-    bool perBank = true;
+    std::string_view name; ///< of the register; a bank's has its number after it
+    uint8_t first;         ///< of bank 0, or the only one
+    uint8_t reset;         ///< what it holds after power-on
+    bool perBank = true;   ///< whether every bank has one
 };
 
 /** What makes one expander differ from another. */
 struct PinExpanderMap {
     /** Banks of eight lines each; a register's number less the first one of its kind is the bank. */
     unsigned banks;
-    std::span<const PinRegisters> registers;
-    uint8_t input; ///< the first register of each kind, which has an effect here
-    uint8_t output;
-    uint8_t polarity;
-    uint8_t configuration;
+    std::span<const PinRegisters> registers; ///< by rising number
+    uint8_t input;         ///< the lines; like the next three, the register of bank 0
+    uint8_t output;        ///< what output lines drive
+    uint8_t polarity;      ///< a set bit inverts the input register's
+    uint8_t configuration; ///< a set bit makes the line an input
 };
 
 /**
@@ -50,6 +51,7 @@ class PinExpander : public Chip {
     void setInput( std::string_view input, double value ) override;
 
   protected:
+    /** With its reset values. @param map  outlives the chip */
     PinExpander( ChipContext context, const PinExpanderMap &map );
 
     /** Takes the option "registers": what writable registers hold after power-on. */
@@ -57,9 +59,10 @@ class PinExpander : public Chip {
 
     /** The command byte of a write. @return the register that it means, or nothing: not acknowledged */
     virtual std::optional<uint8_t> decode( uint8_t command ) = 0;
-    /** The register that the byte behind the one for @p reg goes to, or comes from. */
+    /** The register that the byte after the one for @p reg goes to, or comes from. */
     virtual uint8_t following( uint8_t reg ) const = 0;
 
+    /** Whether the chip has that register. */
     bool exists( uint32_t reg ) const { return find( reg ) != nullptr; }
 
   private:

@@ -12,6 +12,7 @@ namespace smbusd {
 
 /** The LINEAR11 word nearest to @p value, with as small a step as its eleven bits allow. */
 uint16_t toLinear11( double value );
+/** The number in a LINEAR11 word: an 11-bit mantissa and a 5-bit exponent of 2, both signed. */
 double fromLinear11( uint16_t word );
 
 /** @p volts in steps of 2^@p exponent, to the nearest. */

@@ -28,10 +28,16 @@ class PmbusStatus {
     void add( uint8_t command, uint8_t faults ) { faults_[ command ] |= faults; }
     /** From now on the register holds these faults. */
     void set( uint8_t command, uint8_t faults ) { faults_[ command ] = faults; }
+    /** Forgets all faults; those whose cause lasts have to be added again. */
     void clear() { faults_.clear(); }
 
+    /** What the register @p command holds; 0 also for one that never had a fault. */
     uint8_t faults( uint8_t command ) const;
-    /** STATUS_WORD; its low byte is STATUS_BYTE. */
+    /**
+     * STATUS_WORD; its low byte is STATUS_BYTE.
+     * @param off        whether the supply delivers nothing because it is off
+     * @param powerGood  whether the output is as it should be
+     */
     uint16_t word( bool off, bool powerGood ) const;
 
   private:

@@ -5,7 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "smbusd/emulation/ChipTypes.h"
+#include "smbusd/emulation/Chip.h"
+#include "smbusd/emulation/ChipOptions.h"
 #include "smbusd/emulation/chips/PmbusStatus.h"
 #include "smbusd/emulation/chips/SmbusDevice.h"
 #include "smbusd/emulation/chips/SupplyModel.h"
@@ -14,12 +15,12 @@ namespace smbusd {
 
 /** What the controller of a supply is made with. */
 struct PmbusIdentity {
-    bool pec = true;          ///< whether it knows packet error codes
-    uint8_t voutMode = 0x17;  ///< linear with that exponent; or PmbusSupply::noVoutMode
-    uint8_t writeProtect = 0; ///< what WRITE_PROTECT holds after a reset
-    std::string manufacturer = "ORVAN";
-    std::string model;
-    std::string serial;
+    bool pec = true;                    ///< whether it knows packet error codes
+    uint8_t voutMode = 0x17;            ///< linear with that exponent; or PmbusSupply::noVoutMode
+    uint8_t writeProtect = 0;           ///< what WRITE_PROTECT holds after a reset
+    std::string manufacturer = "ORVAN"; ///< MFR_ID; like the next two 1 to 32 characters
+    std::string model;                  ///< MFR_MODEL
+    std::string serial;                 ///< MFR_SERIAL
 };
 
 /**
@@ -28,7 +29,7 @@ struct PmbusIdentity {
  * It delivers what the load draws while it has mains and OPERATION is on; readings follow from that
  * and come as LINEAR11, or as LINEAR16 for the output voltage. Fans follow FAN_COMMAND, a duty in
  * percent or revolutions per minute as FAN_CONFIG_1_2 says. Faults stay in the STATUS registers
- * until CLEAR_FAULTS, and come back at once while their cause lasts; OFF and POWER_GOOD# are always
+ * until CLEAR_FAULTS, and come back immediately while their cause lasts; OFF and POWER_GOOD# are always
  * those of the moment. WRITE_PROTECT keeps out what it says.
  *
  * Inputs: "vin" volts of the mains, "iout" amperes that the load draws, "ambient" degrees, and the
@@ -39,17 +40,24 @@ class PmbusSupply : public SmbusDevice {
   public:
     /** The VOUT_MODE of a supply that has none: its output voltage is LINEAR11, too. */
     static constexpr uint8_t noVoutMode = 0xFF;
+    /** READ_TEMPERATURE_1 to 3. */
     static constexpr size_t mostTemperatures = 3;
 
+    /** Makes one as hardware.json describes it. Throws ConfigError for what is wrong there. */
     static std::unique_ptr<Chip> create( ChipContext context, const ChipOptions &options );
 
+    /** Without fans and temperatures, and without reset values: reset() once all are added. */
     PmbusSupply( ChipContext context, const PmbusIdentity &identity, const SupplyRatings &ratings );
 
     /**
+     * Adds a fan, of at most SupplyModel::mostFans.
+     * @param maxRpm        at full duty
+     * @param timeConstant  of a change of speed
      * @param inRpm    whether FAN_COMMAND counts in revolutions instead of percent, after a reset
      * @param command  what FAN_COMMAND holds after a reset
      */
     void addFan( double maxRpm, bool inRpm, uint16_t command, Duration timeConstant );
+    /** What the controller controls. */
     SupplyModel &model() { return model_; }
 
     bool start( bool read ) override;

@@ -173,7 +173,7 @@ void Psoc::written( uint32_t reg ) {
     }
 }
 
-/** 0 to 1. */
+/** The duty of the PWM output, from 0 to 1. */
 double Psoc::duty() const {
     const uint32_t hundredths = stored( pwmDuty ) << 8 | stored( pwmDuty + 1 );
     return static_cast<double>( std::min<uint32_t>( hundredths, fullDuty ) ) / fullDuty;

@@ -32,14 +32,23 @@ namespace smbusd {
  */
 class Psoc : public RegisterFile {
   public:
+    /** Makes one as hardware.json describes it. Throws ConfigError for what is wrong there. */
     static std::unique_ptr<Chip> create( ChipContext context, const ChipOptions &options );
 
+    /** Without fans and temperatures: reset() once all are added. */
     explicit Psoc( ChipContext context );
 
+    /** Adds a fan. @param maxRpm  at full duty @param timeConstant  of a change of speed */
     void addFan( double maxRpm, Duration timeConstant );
+    /**
+     * Adds a temperature.
+     * @param reg   where it reads, below 48 and not taken
+     * @param rise  degrees above the ambient one while the fans stand still
+     */
     void addTemperature( uint8_t reg, const std::string &name, double rise );
     /** Below that speed a driven fan counts as stalled. */
     void setStallRpm( double rpm ) { stallRpm_ = rpm; }
+    /** The duty after a reset, hundredths of a percent. */
     void setResetDuty( uint16_t hundredths );
 
     bool start( bool read ) override;

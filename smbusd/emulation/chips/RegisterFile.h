@@ -3,7 +3,8 @@
 #include <memory>
 #include <vector>
 
-#include "smbusd/emulation/ChipTypes.h"
+#include "smbusd/emulation/Chip.h"
+#include "smbusd/emulation/ChipOptions.h"
 
 namespace smbusd {
 
@@ -16,10 +17,10 @@ struct RegisterLayout {
 };
 
 /**
- * A plain file of 8- or 16-bit registers behind a one-byte register number.
+ * A plain file of 8- or 16-bit registers, chosen by a one-byte register number.
  *
- * Each byte moves on within the register, and behind its end to the next one; behind the last
- * register comes the first. A read behind a repeated start begins at the register that was named,
+ * Each byte moves on within the register, and after its end to the next one; after the last
+ * register comes the first. A read after a repeated start begins at the register that was named,
  * so a process call answers what the register holds after the write; a read without a register
  * goes on where the last access ended. A write to a read-only register is acknowledged, ignored
  * and logged; a register number that does not exist is not acknowledged.
@@ -28,8 +29,10 @@ struct RegisterLayout {
  */
 class RegisterFile : public Chip {
   public:
+    /** Makes one as hardware.json describes it. Throws ConfigError for what is wrong there. */
     static std::unique_ptr<Chip> create( ChipContext context, const ChipOptions &options );
 
+    /** All registers hold the layout's fill value and can be written. */
     RegisterFile( ChipContext context, const RegisterLayout &layout );
 
     bool start( bool read ) override;
@@ -42,7 +45,9 @@ class RegisterFile : public Chip {
     RegisterContent peek( uint32_t reg ) const override;
     void poke( uint32_t reg, const RegisterContent &content ) override;
 
+    /** What a register holds from the next reset on. */
     void setResetValue( uint32_t reg, uint32_t value );
+    /** From now on writes of the register over the bus are ignored. */
     void setReadOnly( uint32_t reg ) { registers_.at( reg ).readOnly = true; }
 
   protected:
@@ -51,8 +56,11 @@ class RegisterFile : public Chip {
     /** A register was written over the bus; its value is already stored. */
     virtual void written( uint32_t reg ) { ( void )reg; }
 
+    /** What was written to a register, or its reset value, whatever it reads as. */
     uint32_t stored( uint32_t reg ) const { return registers_.at( reg ).value; }
+    /** Changes what stored() gives, without written(). */
     void store( uint32_t reg, uint32_t value ) { registers_.at( reg ).value = value; }
+    /** How the file is laid out. */
     const RegisterLayout &layout() const { return layout_; }
 
   private:

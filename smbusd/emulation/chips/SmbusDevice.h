@@ -10,22 +10,31 @@
 
 namespace smbusd {
 
-/** What stands behind a command code. */
+/** What belongs to a command code. */
 struct CommandShape {
-    enum class Kind { Send, Bytes, Block };
+    /** What follows the command code. */
+    enum class Kind {
+        Send,  ///< nothing
+        Bytes, ///< a fixed number of bytes
+        Block, ///< a count and that many bytes
+    };
 
-    Kind kind = Kind::Bytes;
-    unsigned width = 1; ///< of Bytes; for Block the most bytes it takes
-    bool readable = true;
-    bool writable = true;
+    Kind kind = Kind::Bytes; ///< the same for a write and a read
+    unsigned width = 1;      ///< of Bytes; for Block the most bytes it takes
+    bool readable = true;    ///< whether the device answers a read
+    bool writable = true;    ///< whether it takes data
 };
 
 /** What a message did wrong, for devices that keep a status of it. */
-enum class SmbusMisuse { UnknownCommand, BadData, BadPec };
+enum class SmbusMisuse {
+    UnknownCommand, ///< a command that the device does not know
+    BadData,        ///< too few or too many bytes, or a direction that the command has not
+    BadPec,         ///< a wrong packet error code
+};
 
 /**
  * A device that speaks the SMBus protocols: a command code says how many bytes follow, blocks tell
- * their length, and behind a message may come a packet error code.
+ * their length, and after a message may come a packet error code.
  *
  * A write takes effect when it ended as it should: neither too short nor too long, and without a
  * wrong packet error code, which is not acknowledged. Base of the chips with such commands; a
@@ -71,7 +80,7 @@ class SmbusDevice : public Chip {
     bool pecSeen_ = false;
     uint8_t command_ = 0;
     CommandShape shape_;
-    std::vector<uint8_t> received_; ///< behind the command, a block's count included
+    std::vector<uint8_t> received_; ///< after the command, a block's count included
     std::vector<uint8_t> reply_;
     size_t replied_ = 0;
 };

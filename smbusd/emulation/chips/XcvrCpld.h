@@ -27,20 +27,22 @@ class XcvrCpld : public RegisterFile {
   public:
     /** A line that modules drive. */
     struct Line {
-        std::string_view name; ///< of the inputs, before the port's number
-        unsigned bit;          ///< in the port's nibble
-        bool activeLow;
-        bool assertedWhenEmpty;
+        std::string_view name;  ///< of the inputs, before the port's number
+        unsigned bit;           ///< in the port's nibble
+        bool activeLow;         ///< asserted is 0
+        bool assertedWhenEmpty; ///< what an empty cage shows
     };
     /** What differs between cages. */
     struct Layout {
-        std::span<const Line> lines;
-        unsigned outputs; ///< bits of a nibble that the CPLD drives
-        unsigned reset;   ///< which of them are 1 after power-on
+        std::span<const Line> lines; ///< those that modules drive
+        unsigned outputs;            ///< bits of a nibble that the CPLD drives
+        unsigned reset;              ///< which of them are 1 after power-on
     };
 
+    /** Makes one as hardware.json describes it. Throws ConfigError for what is wrong there. */
     static std::unique_ptr<Chip> create( ChipContext context, const ChipOptions &options );
 
+    /** With its reset values and all cages empty. @param cages  its lines outlive the chip */
     XcvrCpld( ChipContext context, const Layout &cages );
 
     bool start( bool read ) override;

@@ -113,4 +113,65 @@ TEST_F( GetSetTest, ExpectComparesAsShown ) {
     EXPECT_EQ( board_.run( "expect fan1 rpm fault" ).code, ExitCode::Ok );
 }
 
+TEST_F( GetSetTest, AKindWithoutReadingsReadsNothing ) {
+    const test::Outcome outcome = board_.run( "get raw" );
+    EXPECT_EQ( outcome.code, ExitCode::Ok );
+    EXPECT_EQ( outcome.output, "" );
+    EXPECT_EQ( board_.run( "get raw --json" ).output, "{}\n" );
+    expectBadInput( "get raw value", "raw has no reading \"value\"; a smbus has: none" );
+}
+
+TEST_F( GetSetTest, TextOfADeviceCannotControlTheTerminal ) {
+    state_.text = "\x1b[2J\n";
+    EXPECT_EQ( board_.run( "get fan1 debug" ).output, "\\x1b[2J\\n\n" );
+    EXPECT_EQ( board_.run( "expect fan1 debug \\x1b[2J\\n" ).code, ExitCode::Ok );
+}
+
+TEST_F( GetSetTest, AFailedReadingHasNoUnit ) {
+    state_.status = PL_STATUS_FAULT;
+    const test::Outcome outcome = board_.run( "get fan1" );
+    EXPECT_EQ( outcome.output, "rpm fault\npercent fault\nstalled yes\ndebug fault\n" );
+    EXPECT_EQ( outcome.code, ExitCode::Failed );
+}
+
+TEST_F( GetSetTest, OneFailedReadingOfSeveralFailsTheRun ) {
+    state_.status = PL_STATUS_FAULT;
+    EXPECT_EQ( board_.run( "get fan1 stalled" ).code, ExitCode::Ok ) << "a stall is an answer";
+    const test::Outcome outcome = board_.run( "get fan1 --json" );
+    EXPECT_EQ( outcome.output, R"({"rpm":{"status":"fault","unit":"rpm"},)"
+                               R"("percent":{"status":"fault","unit":"%"},)"
+                               R"("stalled":{"status":"ok","value":"yes"},)"
+                               R"("debug":{"status":"fault"}})"
+                               "\n" );
+    EXPECT_EQ( outcome.code, ExitCode::Failed );
+}
+
+TEST_F( GetSetTest, AReadingWithoutAValueHasNoUnit ) {
+    board_.add( "fan", "fan2" ); // no maximum speed
+    EXPECT_EQ( board_.run( "get fan2 percent" ).output, "-\n" );
+}
+
+TEST_F( GetSetTest, SetTakesItsWordsAndNoMore ) {
+    expectBadInput( "set line on off", "line, a gpio, is set with: set line (on, off, 1 or 0)" );
+    expectBadInput( "set fan1 rpm 1 2", "fan1, a fan, is set with: set fan1 rpm (revolutions per "
+                                        "minute, or 0% to 100%)" );
+    EXPECT_EQ( board_.run( "set line" ).code, ExitCode::BadInput );
+    EXPECT_THAT( state_.calls, testing::Not( Contains( "bit_set" ) ) );
+}
+
+TEST_F( GetSetTest, ExpectNamesAReadingThatIsNotThere ) {
+    expectBadInput( "expect fan1 5000", "fan1 has no reading \"\"; a fan has: rpm, percent, "
+                                        "stalled, debug" );
+    expectBadInput( "expect line level 1", "line has no reading \"level\"; a gpio has: value" );
+    EXPECT_EQ( board_.run( "expect line value 1 2" ).code, ExitCode::BadInput );
+}
+
+TEST_F( GetSetTest, ExpectTakesWhatTheLibraryThrows ) {
+    state_.throwOnCall = true;
+    const test::Outcome outcome = board_.run( "expect line 1" );
+    EXPECT_EQ( outcome.code, ExitCode::Failed );
+    EXPECT_EQ( outcome.errors, "line value is threw fake::FakeNotImplemented: Not implemented "
+                               "bit_read, expected 1\n" );
+}
+
 } // namespace

@@ -46,4 +46,23 @@ TEST( Power, ABoardWithoutASystemCannot ) {
     EXPECT_EQ( outcome.errors, "error: the board lists no peripheral of kind \"system\"\n" );
 }
 
+TEST( Power, WhatTheLibraryThrowsIsAFailure ) {
+    test::FakeBoard board;
+    board.add( "system", "power" );
+    board.state().throwOnCall = true;
+    const test::Outcome outcome = board.run( "powercycle --yes" );
+    EXPECT_EQ( outcome.code, ExitCode::Failed );
+    EXPECT_EQ( outcome.errors,
+               "error: the library threw fake::FakeNotImplemented: Not implemented powercycle\n" );
+}
+
+TEST( Power, AnEmptyTableIsUnsupported ) {
+    test::FakeBoard board;
+    board.state().shortTables = true;
+    board.add( "system", "power" );
+    const test::Outcome outcome = board.run( "poweroff --yes" );
+    EXPECT_EQ( outcome.code, ExitCode::Failed );
+    EXPECT_EQ( outcome.errors, "poweroff: unsupported\n" );
+}
+
 } // namespace

@@ -61,4 +61,43 @@ TEST_F( ShellTest, LinesWithAnExclamationMarkAreForTheSystemsShell ) {
                "the command could not be run to its end\nstopped at: ! kill -9 $$\n" );
 }
 
+TEST_F( ShellTest, BothWordsForItEndIt ) {
+    for ( const std::string word : { "quit", "exit" } ) {
+        const test::Outcome outcome = board_.shell( word + "\nget line\n" );
+        EXPECT_EQ( outcome.code, ExitCode::Ok );
+        EXPECT_EQ( outcome.output, "" ) << word;
+    }
+}
+
+TEST_F( ShellTest, TheLastFailureIsTheResult ) {
+    EXPECT_EQ( board_.shell( "get lane\nexpect line 1\nget line\n", true ).code, ExitCode::Failed );
+    EXPECT_EQ( board_.shell( "expect line 1\nget lane\nget line\n", true ).code,
+               ExitCode::BadInput );
+}
+
+TEST_F( ShellTest, AFailedAddFailsTheLine ) {
+    board_.add( "gpio", "gone", R"({"name":"null"})" );
+    const test::Outcome outcome = board_.shell( "get gone\n" );
+    EXPECT_EQ( outcome.code, ExitCode::Failed );
+    EXPECT_EQ( outcome.errors,
+               "error: gone could not be added: pl_gpio_add answered null (the library's last "
+               "trace: there is no such device)\nstopped at: get gone\n" );
+}
+
+TEST_F( ShellTest, TheLastLineNeedsNoEnd ) {
+    EXPECT_EQ( board_.shell( "get line" ).output, "0\n" );
+    EXPECT_EQ( board_.shell( "" ).code, ExitCode::Ok );
+}
+
+TEST_F( ShellTest, EchoShowsEachCommandBeforeItsOutput ) {
+    std::istringstream in( "# not this\nget line\n! true\nquit\n" );
+    std::ostringstream out;
+    CLI::App app;
+    const std::unique_ptr<orvan::Command> command = orvan::shellCommand();
+    command->define( app );
+    app.parse( "shell --echo" );
+    EXPECT_EQ( command->run( board_.session(), { in, out, out } ), ExitCode::Ok );
+    EXPECT_EQ( out.str(), "orvan> get line\n0\norvan> ! true\n" );
+}
+
 } // namespace

@@ -104,4 +104,54 @@ TEST_F( ShowTest, Json ) {
                "\n" );
 }
 
+TEST_F( ShowTest, ABoardWithoutPeripheralsShowsNothing ) {
+    EXPECT_EQ( board_.run( "show" ).output, "" );
+    EXPECT_EQ( board_.run( "show --json" ).output, "[]\n" );
+}
+
+TEST_F( ShowTest, TheOrderOfTheNamesIsKept ) {
+    board_.add( "gpio", "a" );
+    board_.add( "gpio", "b" );
+    EXPECT_EQ( board_.run( "show b a" ).output, "gpio  value  driver  where\n"
+                                                "b     0      Dummy   bus 0, 0x20\n"
+                                                "a     0      Dummy   bus 0, 0x20\n" );
+}
+
+TEST_F( ShowTest, KindsComeInTheirOwnOrder ) {
+    board_.add( "system", "power" );
+    board_.add( "smbus", "raw" );
+    board_.add( "led", "light" );
+    EXPECT_EQ( board_.run( "show" ).output, "led    setting  blinking  driver  where\n"
+                                            "light  -        -         Dummy   bus 0, 0x20\n"
+                                            "\n"
+                                            "smbus  driver  where\n"
+                                            "raw    Dummy   bus 0, 0x20\n"
+                                            "\n"
+                                            "system  reloadcause  driver  where\n"
+                                            "power   watchdog     Dummy   bus 0, 0x20\n" );
+}
+
+TEST_F( ShowTest, ColumnsOfTheSecondCageStandBeforeThoseTheyShare ) {
+    board_.add( "xcvr", "b", R"({"type":"qsfp"})" ).args = { { "type", "qsfp" } };
+    board_.add( "xcvr", "a", R"({"type":"sfp"})" ).args = { { "type", "sfp" } };
+    EXPECT_THAT( board_.run( "show" ).output,
+                 testing::StartsWith( "xcvr  type  present  reset  lpmode  modsel  interrupt  los  "
+                                      "txfault  txdisable  driver  where\n" ) );
+}
+
+TEST_F( ShowTest, TextOfADeviceCannotControlTheTerminal ) {
+    board_.add( "slot", "bay" );
+    state_.text = "a\x1b[2J\nb";
+    EXPECT_THAT( board_.run( "show" ).output, HasSubstr( "bay   1        a\\x1b[2J\\nb  Dummy" ) );
+}
+
+TEST_F( ShowTest, WhatAReadingThrowsIsShownInItsPlace ) {
+    board_.add( "gpio", "line" );
+    state_.throwOnCall = true;
+    const test::Outcome outcome = board_.run( "show" );
+    EXPECT_EQ( outcome.code, ExitCode::Ok );
+    EXPECT_THAT( outcome.output,
+                 HasSubstr( "threw fake::FakeNotImplemented: Not implemented bit_read" ) );
+}
+
 } // namespace

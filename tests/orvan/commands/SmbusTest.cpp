@@ -158,4 +158,89 @@ TEST_F( SmbusTest, WhatTheLibraryThrowsIsAFailure ) {
         "error: the library threw fake::FakeNotImplemented: Not implemented receive_byte\n" );
 }
 
+TEST_F( SmbusTest, HexadecimalMayHaveItsPrefixInCapitals ) {
+    expect( "smbus raw read-byte 0X9A", "read_byte 9a", "00\n" );
+    expect( "smbus raw read-byte 00000ff", "read_byte ff", "00\n" );
+    state_.calls.clear();
+    expectBadInput( "smbus raw read-byte -- -1",
+                    "\"-1\" is no command byte; expected hexadecimal, 0 to ff" );
+}
+
+TEST_F( SmbusTest, TheLongestOperandsAreTaken ) {
+    std::string block;
+    for ( int i = 0; i < 32; ++i ) {
+        block += " 1";
+    }
+    expect( "smbus raw block-write 0 --yes" + block, "block_write 0" + block, "" );
+    for ( int i = 32; i < 255; ++i ) {
+        block += " 1";
+    }
+    expect( "smbus raw i2c-write 0 --yes" + block, "i2c_block_write 0" + block, "" );
+    state_.calls.clear();
+    expectBadInput( "smbus raw i2c-write 0 --yes 1" + block,
+                    "i2c-write takes at most 255 bytes, not 256" );
+    state_.block.assign( 255, 0x5a );
+    std::string bytes = "5a";
+    for ( int i = 1; i < 255; ++i ) {
+        bytes += " 5a";
+    }
+    expect( "smbus raw i2c-read 0 255", "i2c_block_read 0 255", bytes + "\n" );
+}
+
+TEST_F( SmbusTest, ALengthBeyondTheBufferIsCut ) {
+    state_.block.assign( 255, 1 );
+    state_.blockLength = 1000;
+    std::string bytes = "01";
+    for ( int i = 1; i < 255; ++i ) {
+        bytes += " 01";
+    }
+    expect( "smbus raw block-read 0", "block_read 0", bytes + "\n" );
+}
+
+TEST_F( SmbusTest, AnEmptyBlockIsAnEmptyLine ) {
+    expect( "smbus raw block-read 0", "block_read 0", "\n" );
+}
+
+TEST_F( SmbusTest, AFailedBlockReadShowsNoBytes ) {
+    state_.block = { 1, 2 };
+    state_.status = PL_STATUS_FAILED;
+    const test::Outcome outcome = board_.run( "smbus raw block-read 0" );
+    EXPECT_EQ( outcome.code, ExitCode::Failed );
+    EXPECT_EQ( outcome.output, "" );
+    EXPECT_EQ( outcome.errors, "raw block-read: failed\n" );
+    EXPECT_EQ( board_.run( "smbus raw block-read 0 --json" ).output,
+               R"({"name":"raw","operation":"block-read","command":0,"status":"failed"})"
+               "\n" );
+}
+
+TEST_F( SmbusTest, AWriteInJsonHasNoValue ) {
+    EXPECT_EQ( board_.run( "smbus raw send 1 --yes --json" ).output,
+               R"({"name":"raw","operation":"send","status":"ok"})"
+               "\n" );
+}
+
+TEST_F( SmbusTest, ADumpShowsOtherBytesThanPrintableAsciiAsDots ) {
+    const auto line = [ this ]( int value ) {
+        state_.number = value;
+        const std::string output = board_.run( "smbus raw dump" ).output;
+        const std::size_t start = output.find( "00:" );
+        return output.substr( start, output.find( '\n', start ) - start );
+    };
+    const std::string sixteen = "4d 4d 4d 4d 4d 4d 4d 4d 4d 4d 4d 4d 4d 4d 4d 4d";
+    EXPECT_EQ( line( 'M' ), "00: " + sixteen + "    MMMMMMMMMMMMMMMM" );
+    for ( const int value : { 0x00, 0x1f, 0x7f, 0xff } ) {
+        EXPECT_TRUE( line( value ).ends_with( "    ................" ) ) << value;
+    }
+    EXPECT_TRUE( line( 0x20 ).ends_with( std::string( 20, ' ' ) ) );
+    EXPECT_TRUE( line( 0x7e ).ends_with( "    ~~~~~~~~~~~~~~~~" ) );
+}
+
+TEST_F( SmbusTest, HelpListsEveryOperation ) {
+    const std::string help = board_.run( "smbus --help" ).output;
+    EXPECT_THAT( help, HasSubstr( "  send BYTE                   Send a byte (needs --yes)\n" ) );
+    EXPECT_THAT( help, HasSubstr( "  read-byte COMMAND           Read a byte\n" ) );
+    EXPECT_THAT( help, HasSubstr( "  dump                        Read all 256 registers byte by "
+                                  "byte; XX: no answer" ) );
+}
+
 } // namespace

@@ -46,4 +46,22 @@ TEST_F( WaitTest, NonsenseIsBadInput ) {
     }
 }
 
+TEST_F( WaitTest, WithoutATimeNothingRuns ) {
+    EXPECT_EQ( board_.shell( "get polled\nwait\n" ).code, ExitCode::Ok );
+    EXPECT_EQ( state_.ticks, 1u ) << "the one before the reading";
+}
+
+TEST_F( WaitTest, TicksHaveTwiceThePollingPeriodEach ) {
+    pl_timer_set( pl_timer_add( []( void * ) {}, nullptr ), 2001 );
+    const test::Outcome outcome = board_.run( "wait --ticks 1" );
+    EXPECT_EQ( outcome.code, ExitCode::Failed );
+    EXPECT_EQ( outcome.errors, "not every timer fired 1 times in 2 s\n" );
+}
+
+TEST_F( WaitTest, ATimerThatStopsIsNotWaitedFor ) {
+    pl_timer_set( pl_timer_add( []( void * ) {}, nullptr ), 500 ); // does not arm itself again
+    EXPECT_EQ( board_.shell( "get polled\nwait --ticks 2\n" ).code, ExitCode::Ok );
+    EXPECT_EQ( state_.ticks, 3u );
+}
+
 } // namespace

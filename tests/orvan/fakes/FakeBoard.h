@@ -27,6 +27,7 @@ class FakeBoard {
   public:
     FakeBoard() : library_( ORVAN_LIB_DIR "/orvan_fake_library.so" ), host_( clock_ ) {
         board_.topologyFile.text = "[]";
+        state() = FakeState(); // the library stays loaded from one test to the next
     }
 
     orvan::PeripheralDescription &add( const std::string &kind, const std::string &name,

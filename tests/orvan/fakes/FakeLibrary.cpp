@@ -76,6 +76,9 @@ void throwTick( void * ) {
 /** Everything that the add functions share. Null: answer null. */
 bool added( const char *function, const std::string &device ) {
     state.calls.push_back( std::string( function ) + " " + device );
+    if ( state.silentNull ) {
+        return false;
+    }
     if ( pl_trace ) {
         pl_trace( 0, "%s\n", function );
         pl_trace( 5, "device %s", device.c_str() );
@@ -107,9 +110,7 @@ bool added( const char *function, const std::string &device ) {
 
 template <typename Ops>
 Ops *shortened( Ops &table ) {
-    if ( state.shortTables ) {
-        table.size = sizeof( uint32_t );
-    }
+    table.size = state.shortTables ? sizeof( uint32_t ) : sizeof( Ops );
     return &table;
 }
 
@@ -220,7 +221,7 @@ pl_smbus_ops smbusOps = {
     },
     []( pl_smbus *, Byte command, Byte *data, unsigned *length ) {
         std::memcpy( data, state.block.data(), state.block.size() );
-        *length = static_cast<unsigned>( state.block.size() );
+        *length = state.blockLength.value_or( static_cast<unsigned>( state.block.size() ) );
         return noted( "block_read " + hex( command ) );
     },
     []( pl_smbus *, Byte command, const Byte *data, unsigned length ) {

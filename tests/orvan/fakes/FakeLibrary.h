@@ -5,6 +5,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@
 struct FakeState {
     pl_status initStatus = PL_STATUS_OK;
     bool throwOnInit = false;
+    bool silentNull = false; ///< add functions answer null without a trace
     /** What was called with what: "pl_gpio_add {…}", "bit_set". */
     std::vector<std::string> calls;
 
@@ -29,6 +31,8 @@ struct FakeState {
     float real = 0;
     const char *text = nullptr;       ///< handed out as a copy on the heap
     std::vector<unsigned char> block; ///< what block reads bring
+    std::optional<unsigned>
+        blockLength{}; ///< the length that a block read claims; none: the block's
     int presence = 0;
     std::function<pl_status( unsigned char command )>
         byteStatus;           ///< of read_byte; sees the command

@@ -255,4 +255,103 @@ TEST( HostServices, RealTimeFiresTimersToo ) {
     EXPECT_TRUE( host.runUntil( [ &fired ] { return !fired.empty(); }, 30s ) );
 }
 
+TEST_F( HostServicesTest, WithoutASinkTracesAreDroppedButFailuresKept ) {
+    host_.traceTo( 7, nullptr );
+    pl_trace( 0, "failed" );
+    pl_trace( 7, "detail" );
+    EXPECT_THAT( host_.takeFailureTraces(), ElementsAre( "failed" ) );
+}
+
+TEST_F( HostServicesTest, AnEmptyTraceIsEmpty ) {
+    pl_trace( 0, "%s", "" );
+    pl_trace( 0, "\n\n" );
+    EXPECT_THAT( host_.takeFailureTraces(), ElementsAre( "", "" ) );
+}
+
+TEST_F( HostServicesTest, NoHandleIsGivenTwice ) {
+    const uint32_t first = pl_timer_add( []( void * ) {}, nullptr );
+    pl_timer_delete( first );
+    const uint32_t second = pl_timer_add( []( void * ) {}, nullptr );
+    EXPECT_NE( first, 0u );
+    EXPECT_NE( second, 0u );
+    EXPECT_NE( second, first );
+}
+
+TEST_F( HostServicesTest, WithoutAReportAnExceptionIsSwallowed ) {
+    const uint32_t timer = pl_timer_add( []( void * ) { throw 7; }, nullptr );
+    pl_timer_set( timer, 10 );
+    host_.run( 20ms );
+    EXPECT_THAT( host_.armedTimers(), IsEmpty() );
+}
+
+TEST_F( HostServicesTest, ATimerMayAddAndDeleteOthers ) {
+    static uint32_t victim;
+    static int fired;
+    fired = 0;
+    victim = pl_timer_add( []( void * ) { fired += 100; }, nullptr );
+    const uint32_t timer = pl_timer_add(
+        []( void * ) {
+            pl_timer_delete( victim );
+            pl_timer_set( pl_timer_add( []( void * ) { ++fired; }, nullptr ), 5 );
+        },
+        nullptr );
+    pl_timer_set( timer, 10 );
+    pl_timer_set( victim, 10 );
+    host_.run( 1s );
+    EXPECT_EQ( fired, 1 );
+}
+
+TEST_F( HostServicesTest, AWatcherIsToldOfAHangUp ) {
+    static int events;
+    events = 0;
+    int ends[ 2 ];
+    ASSERT_EQ( ::pipe( ends ), 0 );
+    static uint32_t watcher;
+    watcher = pl_fd_watcher_add(
+        ends[ 0 ],
+        []( void *, int what ) {
+            events = what;
+            pl_fd_watcher_delete( watcher );
+        },
+        nullptr );
+    ::close( ends[ 1 ] );
+    host_.run( 10ms );
+    EXPECT_EQ( events, POLLHUP );
+    ::close( ends[ 0 ] );
+}
+
+TEST_F( HostServicesTest, WhatAWatcherThrowsIsReportedAndItStays ) {
+    std::vector<std::string> reports;
+    host_.reportTo( [ &reports ]( const std::string &text ) { reports.push_back( text ); } );
+    Watched watched;
+    static int readEnd;
+    readEnd = watched.ends[ 0 ];
+    ASSERT_NE( pl_fd_watcher_add(
+                   readEnd,
+                   []( void *, int ) {
+                       char byte = 0;
+                       EXPECT_EQ( ::read( readEnd, &byte, 1 ), 1 );
+                       throw std::runtime_error( "no bus" );
+                   },
+                   nullptr ),
+               0u );
+    ASSERT_EQ( ::write( watched.ends[ 1 ], "ab", 2 ), 2 );
+    host_.run( 10ms );
+    EXPECT_THAT(
+        reports,
+        ElementsAre( "a descriptor watcher of the library threw std::runtime_error: no bus",
+                     "a descriptor watcher of the library threw std::runtime_error: no bus" ) );
+}
+
+TEST_F( HostServicesTest, TimersThatAreAlwaysDueDoNotStarveWatchers ) {
+    std::vector<int> fired;
+    Timer timer( fired, 1, 1 );
+    pl_timer_set( timer.handle, 1 );
+    Watched watched;
+    ASSERT_NE( pl_fd_watcher_add( watched.ends[ 0 ], Watched::callback, &watched ), 0u );
+    ASSERT_EQ( ::write( watched.ends[ 1 ], "a", 1 ), 1 );
+    host_.run( 10ms );
+    EXPECT_THAT( watched.events, ElementsAre( POLLIN ) );
+}
+
 } // namespace

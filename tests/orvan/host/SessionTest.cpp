@@ -143,4 +143,51 @@ TEST_F( SessionTest, WhatACallbackThrowsBecomesTheValue ) {
         ThrowsMessage<Failure>( "the library threw std::runtime_error: x" ) );
 }
 
+TEST_F( SessionTest, ThoseNamedComeInTheOrderOfTheirNames ) {
+    board_.add( "fan", "fan1" );
+    board_.add( "fan", "fan2" );
+    const std::vector<orvan::Peripheral *> used =
+        board_.session().tryUseAll( { "fan2", "fan1", "fan2" } );
+    ASSERT_EQ( used.size(), 3u );
+    EXPECT_EQ( used[ 0 ]->description->name, "fan2" );
+    EXPECT_EQ( used[ 1 ]->description->name, "fan1" );
+    EXPECT_EQ( used[ 2 ], used[ 0 ] );
+}
+
+TEST_F( SessionTest, SettlingEndsAfterAPeriodWithADeviceThatIsNotPolled ) {
+    board_.session();
+    bool fired = false;
+    pl_timer_set( pl_timer_add( []( void *flag ) { *static_cast<bool *>( flag ) = true; }, &fired ),
+                  1101 );
+    board_.session().settle();
+    EXPECT_FALSE( fired ) << "1100 ms have passed";
+    board_.host().run( std::chrono::milliseconds( 1 ) );
+    EXPECT_TRUE( fired );
+}
+
+TEST_F( SessionTest, ATimerAtTheEndOfThePeriodStillCounts ) {
+    board_.session();
+    bool fired = false;
+    pl_timer_set( pl_timer_add( []( void *flag ) { *static_cast<bool *>( flag ) = true; }, &fired ),
+                  1100 );
+    board_.session().settle();
+    EXPECT_TRUE( fired );
+}
+
+TEST_F( SessionTest, BadInputPassesTheGuardAndAStatusToo ) {
+    board_.session();
+    EXPECT_EQ( board_.session().guarded( [] { return PL_STATUS_FAULT; } ), PL_STATUS_FAULT );
+    EXPECT_THAT(
+        [ this ] {
+            board_.session().guarded( []() -> pl_status { throw BadInput( "no such value" ); } );
+        },
+        ThrowsMessage<BadInput>( "no such value" ) );
+}
+
+TEST_F( SessionTest, ANullAnswerWithoutATraceIsToldAlone ) {
+    board_.add( "fan", "fan1" );
+    board_.state().silentNull = true;
+    EXPECT_EQ( board_.session().tryUse( "fan1" ).failure, "pl_fan_add answered null" );
+}
+
 } // namespace

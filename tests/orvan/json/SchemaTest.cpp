@@ -67,4 +67,29 @@ TEST( Schema, AMistakeInASchemaIsAMistakeInTheProgram ) {
     EXPECT_THROW( schema.check( "nothing", file, file.document, "", problems ), std::logic_error );
 }
 
+TEST( Schema, TheBoardsSchemasAreBuiltIn ) {
+    JsonFile file;
+    Problems problems;
+    ASSERT_TRUE( orvan::parseJsonText( "f", "[]", file, problems ) );
+    EXPECT_TRUE( orvan::topologySchema().check( "topology", file, file.document, "", problems ) );
+    EXPECT_TRUE(
+        orvan::peripheralsSchema().check( "peripherals", file, file.document, "", problems ) );
+    EXPECT_EQ( &orvan::topologySchema(), &orvan::topologySchema() ) << "made once";
+}
+
+TEST( Schema, ANodeWithoutADescriptionIsToldByItsKeyword ) {
+    Schema schema( R"({"definitions":{"bare":{"type":"object","required":["a","b"],
+                       "properties":{"a":{"type":"integer"}}}}})" );
+    const auto check = [ &schema ]( const char *text ) {
+        JsonFile file;
+        Problems problems;
+        EXPECT_TRUE( orvan::parseJsonText( "f", text, file, problems ) );
+        EXPECT_FALSE( schema.check( "bare", file, file.document, "", problems ) );
+        return problems.text();
+    };
+    EXPECT_EQ( check( "7" ), "f: 7; expected what the schema's type asks for\n" );
+    EXPECT_EQ( check( R"({"b":1})" ), "f: {\"b\":1}; expected the key \"a\"\n" );
+    EXPECT_EQ( check( R"({"a":1})" ), "f: {\"a\":1}; expected the key \"b\"\n" );
+}
+
 } // namespace

@@ -293,4 +293,69 @@ TEST( Kind, ValuesAreShownWithTheirDecimals ) {
     EXPECT_EQ( valueText( reading, thrown ), "threw X: y" );
 }
 
+TEST( Kind, AnArgumentThatIsNoNumberCountsAsMissing ) {
+    orvan::PeripheralDescription description;
+    description.args = { { "maxRpm", "fast" }, { "id", "-3" }, { "empty", "" } };
+    Peripheral peripheral;
+    peripheral.description = &description;
+    const Readout readout( peripheral );
+    EXPECT_EQ( readout.argument( "maxRpm", 7 ), 7 );
+    EXPECT_EQ( readout.argument( "empty", 7 ), 7 );
+    EXPECT_EQ( readout.argument( "none", 7 ), 7 );
+    EXPECT_EQ( readout.argument( "id", 7 ), -3 );
+}
+
+TEST( Kind, WhatSeveralReadingsNeedIsAskedOnce ) {
+    const Peripheral peripheral;
+    Readout readout( peripheral );
+    int asked = 0;
+    const auto ask = [ &asked ] { return orvan::Value::of( static_cast<long long>( ++asked ) ); };
+    EXPECT_EQ( std::get<long long>( readout.once( "a", ask ).data ), 1 );
+    EXPECT_EQ( std::get<long long>( readout.once( "b", ask ).data ), 2 );
+    EXPECT_EQ( std::get<long long>( readout.once( "a", ask ).data ), 1 );
+    EXPECT_EQ( asked, 2 );
+}
+
+TEST( Kind, AnswersKeepTheirNumberOnlyWithAGoodStatus ) {
+    EXPECT_EQ( std::get<long long>( orvan::Value::answer( PL_STATUS_OK, 7 ).data ), 7 );
+    EXPECT_EQ( std::get<double>( orvan::Value::answer( PL_STATUS_OK, 0.5f ).data ), 0.5 );
+    const orvan::Value failed = orvan::Value::answer( PL_STATUS_FAULT, 7 );
+    EXPECT_EQ( failed.status, PL_STATUS_FAULT );
+    EXPECT_TRUE( std::holds_alternative<std::monostate>( failed.data ) );
+}
+
+TEST_F( KindTest, FanSpeedsAreRoundedToWholePercentages ) {
+    Peripheral &fan = use( "fan", { { "maxRpm", "3" } } );
+    for ( const auto &[ rpm, percent ] : { std::pair( 0, "0" ), std::pair( 1, "33" ),
+                                           std::pair( 2, "67" ), std::pair( 3, "100" ) } ) {
+        state_.number = rpm;
+        EXPECT_EQ( readings( fan )[ 1 ], std::string( "percent " ) + percent );
+    }
+}
+
+TEST_F( KindTest, ATemplateWithoutAModelShowsNone ) {
+    Peripheral &slot = use( "slot", { { "psuFdl_1", "{serialNum}" } } );
+    state_.text = "S1";
+    EXPECT_THAT( readings( slot ), ElementsAre( "present 1", "model -", "serial S1", "fdl S1" ) )
+        << "a template without a model";
+}
+
+TEST_F( KindTest, EveryKindsEmptyTableIsUnsupported ) {
+    state_.shortTables = true;
+    for ( const char *kind : { "led", "fan", "temp_sensor", "psu", "slot", "system" } ) {
+        board_.add( kind, kind );
+    }
+    orvan::Session &session = board_.session();
+    EXPECT_EQ( set( session.use( "led" ), "", "good" ), PL_STATUS_UNSUPPORTED );
+    EXPECT_EQ( set( session.use( "fan" ), "rpm", "1" ), PL_STATUS_UNSUPPORTED );
+    EXPECT_THAT( readings( session.use( "fan" ) ),
+                 ElementsAre( "rpm unsupported", "percent unsupported", "stalled unsupported",
+                              "debug unsupported" ) );
+    EXPECT_EQ( readings( session.use( "temp_sensor" ) ).front(), "temperature unsupported" );
+    EXPECT_THAT( readings( session.use( "slot" ) ),
+                 ElementsAre( "present unsupported", "fdl unsupported" ) );
+    EXPECT_THAT( readings( session.use( "system" ) ), ElementsAre( "reloadcause unsupported" ) );
+    EXPECT_EQ( readings( session.use( "psu" ) ).front(), "powergood unsupported" );
+}
+
 } // namespace

@@ -22,4 +22,28 @@ TEST( TextTable, ControlCharactersCannotReachTheTerminal ) {
     EXPECT_EQ( orvan::oneLine( "Grüße" ), "Grüße" );
 }
 
+TEST( TextTable, AHeaderAloneIsALine ) {
+    std::ostringstream out;
+    orvan::TextTable( { "fan", "rpm" } ).print( out );
+    EXPECT_EQ( out.str(), "fan  rpm\n" );
+}
+
+TEST( TextTable, ARowMayBeLongerThanTheHeader ) {
+    orvan::TextTable table( { "a" } );
+    table.add( { "b", "c", "d" } );
+    std::ostringstream out;
+    table.print( out );
+    EXPECT_EQ( out.str(), "a\n"
+                          "b  c  d\n" );
+}
+
+TEST( TextTable, LinesEndWithoutBlanks ) {
+    orvan::TextTable table( { "a", "" } );
+    table.add( { "", "" } );
+    table.add( { "b ", "" } );
+    std::ostringstream out;
+    table.print( out );
+    EXPECT_EQ( out.str(), "a\n\nb\n" );
+}
+
 } // namespace

@@ -24,7 +24,7 @@ class Control : public testing::Test {
     std::string ask( const std::string &request ) { return control.answer( request ).line; }
 
     TestBoard test{ TestBoard::withChips( chips, units ) };
-    smbusd::Control control{ test.board, test.dispatcher, [] { return size_t{ 3 }; } };
+    smbusd::Control control{ test.hardware, test.dispatcher, [] { return size_t{ 3 }; } };
 };
 
 TEST_F( Control, ListsBusesChipsWithTheirPathsAndUnits ) {
@@ -80,7 +80,7 @@ TEST_F( Control, ListsAndSetsInputs ) {
 TEST_F( Control, PlugsUnitsAndChips ) {
     EXPECT_EQ( ask( R"({"command":"unplug","name":"supply"})" ), R"({"ok":true})" );
     EXPECT_FALSE( test.chip( "psu" ).plugged() );
-    EXPECT_FALSE( test.board.findUnit( "supply" )->plugged );
+    EXPECT_FALSE( test.hardware.findUnit( "supply" )->plugged );
     EXPECT_EQ( ask( R"({"command":"plug","name":"psu"})" ), R"({"ok":true})" );
     EXPECT_TRUE( test.chip( "psu" ).plugged() );
     EXPECT_EQ(
@@ -91,13 +91,13 @@ TEST_F( Control, PlugsUnitsAndChips ) {
 
 TEST_F( Control, SwitchesThePower ) {
     EXPECT_EQ( ask( R"({"command":"power","state":"off"})" ), R"({"ok":true})" );
-    EXPECT_FALSE( test.board.powered() );
+    EXPECT_FALSE( test.hardware.powered() );
     ask( R"({"command":"power","state":"on"})" );
-    EXPECT_TRUE( test.board.powered() );
+    EXPECT_TRUE( test.hardware.powered() );
     ask( R"({"command":"power","state":"cycle"})" );
-    EXPECT_FALSE( test.board.powered() );
-    test.scheduler.advance( smbusd::Board::defaultPowerCycle );
-    EXPECT_TRUE( test.board.powered() );
+    EXPECT_FALSE( test.hardware.powered() );
+    test.scheduler.advance( smbusd::Hardware::defaultPowerCycle );
+    EXPECT_TRUE( test.hardware.powered() );
     EXPECT_EQ( ask( R"({"command":"power","state":"up"})" ),
                R"({"ok":false,"error":"request: at /state: \"up\"; expected \"on\", \"off\" or )"
                R"(\"cycle\""})" );

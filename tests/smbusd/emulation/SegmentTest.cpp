@@ -9,7 +9,7 @@ namespace {
 using test::TestBoard;
 
 std::vector<std::string> seenAt( TestBoard &test, uint8_t address ) {
-    auto *bus = dynamic_cast<smbusd::VirtualBus *>( test.board.findBus( "bus" ) );
+    auto *bus = dynamic_cast<smbusd::VirtualBus *>( test.hardware.findBus( "bus" ) );
     std::vector<smbusd::Chip *> found;
     bus->root().collect( address, found );
     std::vector<std::string> names;

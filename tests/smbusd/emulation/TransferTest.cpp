@@ -205,7 +205,7 @@ TEST_F( Transfer, FaultNackAtTheDataKeepsTheByteFromTheChip ) {
     fault.target = "psu";
     fault.atData = true;
     fault.times = 1;
-    test.board.faults.inject( fault );
+    test.hardware.faults.inject( fault );
     EXPECT_EQ( wireOf( TransactionBuilder().sendByte( psu, 0x03 ) ), "S 58 W A 03 N P" );
     EXPECT_EQ( why(), "byte 1 behind the address (0x03) not acknowledged" );
     EXPECT_EQ( test.number( "psu", 0x03 ), 0u );
@@ -231,7 +231,7 @@ TEST_F( Transfer, FaultBadPecMakesTheDeviceRefuseAWrite ) {
 TEST_F( Transfer, FaultBadPecWaitsForAnOperationWithPec ) {
     test.inject( Kind::BadPec, "psu", 1 );
     EXPECT_EQ( test.data( TransactionBuilder().read( psu, 0x79, 2 ) ), bytes( 0x4B, 0x2C ) );
-    EXPECT_EQ( test.board.faults.faults().size(), 1u );
+    EXPECT_EQ( test.hardware.faults.faults().size(), 1u );
 }
 
 TEST_F( Transfer, FaultShortBlockLeavesBytesOut ) {
@@ -255,7 +255,7 @@ TEST_F( Transfer, FaultShortBlockCutsI2cBlocksToo ) {
     fault.target = "file";
     fault.missing = 2;
     fault.times = 1;
-    test.board.faults.inject( fault );
+    test.hardware.faults.inject( fault );
     EXPECT_EQ( wireOf( TransactionBuilder().read( file, 0x10, 3 ) ),
                "S 40 W A 10 A Sr 40 R A A0 N P" );
     EXPECT_EQ( got(), bytes( 0xA0 ) );
@@ -264,7 +264,7 @@ TEST_F( Transfer, FaultShortBlockCutsI2cBlocksToo ) {
 TEST_F( Transfer, FaultShortBlockLeavesBytesAndWordsAlone ) {
     test.inject( Kind::ShortBlock, "psu" );
     EXPECT_EQ( test.data( TransactionBuilder().read( psu, 0x79, 2 ) ), bytes( 0x4B, 0x2C ) );
-    EXPECT_EQ( test.board.faults.faults()[ 0 ].hits, 0u );
+    EXPECT_EQ( test.hardware.faults.faults()[ 0 ].hits, 0u );
 }
 
 TEST_F( Transfer, BlockCountsThatCannotBeAreRefused ) {
@@ -273,7 +273,7 @@ TEST_F( Transfer, BlockCountsThatCannotBeAreRefused ) {
     fault.target = "psu";
     fault.missing = 4;
     fault.times = 1;
-    test.board.faults.inject( fault );
+    test.hardware.faults.inject( fault );
     wireOf( TransactionBuilder().blockRead( psu, 0x9A ) );
     EXPECT_EQ( why(), "block count 0, where 1 to 32 was expected" );
     // A register file knows no blocks: what stands at the register is taken for the count.
@@ -287,7 +287,7 @@ TEST_F( Transfer, FaultFlipBitIsDeliveredCountedAndLogged ) {
     fault.target = "psu";
     fault.bit = 2;
     fault.times = 1;
-    test.board.faults.inject( fault );
+    test.hardware.faults.inject( fault );
     EXPECT_EQ( wireOf( TransactionBuilder().read( psu, 0x79, 2 ) ),
                "S 58 W A 79 A Sr 58 R A 4F A 2C N P" );
     EXPECT_EQ( got(), bytes( 0x4F, 0x2C ) );
@@ -303,7 +303,7 @@ TEST_F( Transfer, FaultFlipBitIsNoticedByPec ) {
     fault.target = "psu";
     fault.bit = 2;
     fault.times = 1;
-    test.board.faults.inject( fault );
+    test.hardware.faults.inject( fault );
     wireOf( TransactionBuilder().read( psu, 0x79, 2, true ) );
     EXPECT_EQ( why(), "packet error code 0xDC, where 0x88 was expected" );
 }
@@ -314,7 +314,7 @@ TEST_F( Transfer, FaultFlipBitReachesTheChipOnAWrite ) {
     fault.target = "psu";
     fault.byte = 1;
     fault.bit = 7;
-    test.board.faults.inject( fault );
+    test.hardware.faults.inject( fault );
     EXPECT_EQ( wireOf( TransactionBuilder().write( psu, 0x3B, bytes( 0x32, 0x01 ) ) ),
                "S 58 W A 3B A 32 A 81 A P" );
     EXPECT_EQ( test.number( "psu", 0x3B ), 0x8132u );

@@ -96,7 +96,7 @@ TEST_F( VirtualBus, CountsAtTheBusAndAtTheChips ) {
     EXPECT_EQ( chip.acknowledges, 6u ); // S W A 00 A, Sr R A; S W A 01 A 02 A
     EXPECT_EQ( chip.retries, 0u );
     EXPECT_EQ( chip.errors, 0u );
-    const smbusd::Counters &bus = test.board.buses()[ 0 ]->counters;
+    const smbusd::Counters &bus = test.hardware.buses()[ 0 ]->counters;
     EXPECT_EQ( bus.transactions, 1u );
     EXPECT_EQ( bus.operations, 2u );
     EXPECT_EQ( bus.acknowledges, 6u );
@@ -121,7 +121,7 @@ TEST_F( VirtualBus, DelayedOperationTakesItsTime ) {
     fault.target = "direct";
     fault.milliseconds = 200;
     fault.times = 1;
-    test.board.faults.inject( fault );
+    test.hardware.faults.inject( fault );
     const auto transaction = test.submit( TransactionBuilder().write( direct, 3, bytes( 9 ) ) );
     test.scheduler.advance( 199ms );
     EXPECT_TRUE( test.finished.empty() );
@@ -137,7 +137,7 @@ TEST_F( VirtualBus, HeldClockTimesOutAndIsNotRepeated ) {
     fault.kind = Kind::ClockHold;
     fault.target = "direct";
     fault.milliseconds = smbusd::clockHoldMilliseconds;
-    test.board.faults.inject( fault );
+    test.hardware.faults.inject( fault );
     const auto transaction = test.submit( TransactionBuilder().read( direct, 3, 1 ) );
     EXPECT_TRUE( test.finished.empty() );
     test.scheduler.advance( 35ms );
@@ -151,21 +151,21 @@ TEST_F( VirtualBus, HeldClockTimesOutAndIsNotRepeated ) {
 TEST_F( VirtualBus, FaultOfAChipNeedsTheChipInReach ) {
     test.inject( Kind::Nack, "left", 1 );
     test.run( TransactionBuilder().sendByte( mux, 0x04 ).read( twin, 5, 1 ) );
-    EXPECT_EQ( test.board.faults.faults().size(), 1u );
+    EXPECT_EQ( test.hardware.faults.faults().size(), 1u );
 }
 
 TEST_F( VirtualBus, FaultOfTheBusTakesEveryAddress ) {
     test.inject( Kind::Nack, "bus", 1 );
     EXPECT_TRUE( test.run( TransactionBuilder().read( direct, 0, 1 ).retries( 0 ) ).failed() );
-    EXPECT_EQ( test.board.buses()[ 0 ]->counters.faults, 1u );
+    EXPECT_EQ( test.hardware.buses()[ 0 ]->counters.faults, 1u );
     EXPECT_FALSE( test.run( TransactionBuilder().read( direct, 0, 1 ) ).failed() );
 }
 
 TEST_F( VirtualBus, WithoutPowerNothingAnswers ) {
-    test.board.powerOff();
+    test.hardware.powerOff();
     EXPECT_TRUE( test.run( TransactionBuilder().read( direct, 0, 1 ).retries( 0 ) ).failed() );
     EXPECT_EQ( test.chip( "direct" ).counters.operations, 0u );
-    test.board.powerOn();
+    test.hardware.powerOn();
     EXPECT_FALSE( test.run( TransactionBuilder().read( direct, 0, 1 ) ).failed() );
 }
 

@@ -1,6 +1,5 @@
 #include "smbusd/linux/LinuxBus.h"
 
-#include <cerrno>
 #include <future>
 #include <thread>
 
@@ -103,54 +102,6 @@ TEST_F( LinuxBus, ShowsWhatMustHaveBeenOnTheWire ) {
                "S 58 W A 9A A Sr 58 R A 02 A 48 A 49 N P" );
     EXPECT_EQ( traceOf( operationOf( Kind::ReadByte, 1 ), { Outcome::AddressNack, {}, {} } ),
                "S 58 W (address not acknowledged)" );
-}
-
-TEST_F( LinuxBus, ADeviceFileThatIsNotThereFailsTheOperation ) {
-    const auto access = smbusd::openAdapter( "/dev/i2c-none" );
-    const Result result = access->perform( operationOf( Kind::ReadByte, 1 ) );
-    EXPECT_EQ( result.outcome, Outcome::Failed );
-    EXPECT_EQ( result.text(), "/dev/i2c-none: No such file or directory" );
-    EXPECT_FALSE( result.withoutEffect() );
-}
-
-TEST_F( LinuxBus, ADeviceFileThatIsNoAdapterFailsTheOperation ) {
-    const auto access = smbusd::openAdapter( "/dev/null" );
-    const Result result = access->perform( operationOf( Kind::ReadByte, 1 ) );
-    EXPECT_EQ( result.outcome, Outcome::Failed );
-    EXPECT_EQ( result.text(), "Inappropriate ioctl for device" );
-}
-
-TEST_F( LinuxBus, ErrorsOfTheKernelKeepTheirMeaning ) {
-    struct Case {
-        int error;
-        Kind kind;
-        Outcome outcome;
-        bool withoutEffect;
-        const char *text;
-    };
-    const std::vector<Case> cases = {
-        { ENXIO, Kind::WriteByte, Outcome::AddressNack, true, "address not acknowledged" },
-        { ENXIO, Kind::ReadWord, Outcome::AddressNack, true, "address not acknowledged" },
-        { ENXIO, Kind::ProcessCall, Outcome::ReadAddressNack, false,
-          "no acknowledge: No such device or address" },
-        { EREMOTEIO, Kind::ReceiveByte, Outcome::AddressNack, true, "address not acknowledged" },
-        { EREMOTEIO, Kind::SendByte, Outcome::DataNack, false, "no acknowledge: Remote I/O error" },
-        { EREMOTEIO, Kind::WriteByte, Outcome::DataNack, false,
-          "no acknowledge: Remote I/O error" },
-        { EAGAIN, Kind::WriteByte, Outcome::ArbitrationLost, true, "arbitration lost" },
-        { ETIMEDOUT, Kind::ReadByte, Outcome::TimedOut, false, "timed out: Connection timed out" },
-        { EBADMSG, Kind::ReadByte, Outcome::BadPec, false, "packet error code does not match" },
-        { EPROTO, Kind::BlockRead, Outcome::BadBlock, false, "block count out of range" },
-        { EBUSY, Kind::ReadByte, Outcome::Failed, false,
-          "a driver of the kernel uses the device: Device or resource busy" },
-        { EIO, Kind::ReadByte, Outcome::Failed, false, "Input/output error" },
-    };
-    for ( const Case &c : cases ) {
-        const Result result = smbusd::adapterFailure( operationOf( c.kind, 1 ), c.error );
-        EXPECT_EQ( result.outcome, c.outcome ) << c.error;
-        EXPECT_EQ( result.withoutEffect(), c.withoutEffect ) << c.error;
-        EXPECT_EQ( result.text(), c.text );
-    }
 }
 
 } // namespace

@@ -31,7 +31,7 @@ class Dispatcher : public testing::Test {
         fault.target = target;
         fault.milliseconds = milliseconds;
         fault.times = 1;
-        test.board.faults.inject( fault );
+        test.hardware.faults.inject( fault );
     }
 
     TestBoard test{ twoBuses };
@@ -122,10 +122,10 @@ TEST_F( Dispatcher, NeverRepeatsWhatMayHaveHadAnEffect ) {
     smbusd::Fault fault;
     fault.target = "a";
     fault.atData = true;
-    test.board.faults.inject( fault );
+    test.hardware.faults.inject( fault );
     EXPECT_TRUE( test.run( TransactionBuilder().write( one, 1, bytes( 1 ) ) ).failed() );
     EXPECT_EQ( test.wire.size(), 1u );
-    test.board.faults.clearTarget( "" );
+    test.hardware.faults.clearTarget( "" );
     test.inject( Kind::StuckBus, "one" );
     EXPECT_TRUE( test.run( TransactionBuilder().write( one, 1, bytes( 1 ) ) ).failed() );
     EXPECT_EQ( test.wire.size(), 1u );
@@ -231,8 +231,8 @@ TEST_F( Dispatcher, TellsTheTrafficWithAttemptsAndResults ) {
     std::vector<std::string> seen;
     test.dispatcher.setTrafficListener( [ & ]( const smbusd::TrafficEvent &event ) {
         seen.push_back( fmt::format( "{} {} {} {} {} {}", event.transaction.client,
-                                     event.transaction.id, event.transaction.next + 1,
-                                     event.bus.name(), event.attempt, event.result.text() ) );
+                                     event.transaction.id, event.request, event.bus.name(),
+                                     event.attempt, event.result.text() ) );
     } );
     test.run( TransactionBuilder().read( one, 1, 1 ) );
     EXPECT_EQ( seen, ( std::vector<std::string>{ "7 1 1 one 1 address not acknowledged",

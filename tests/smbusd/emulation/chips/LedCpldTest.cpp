@@ -31,7 +31,7 @@ TEST_F( LedCpld, EveryRegisterIsWrittenAndReadBack ) {
             test.run( TransactionBuilder().write( place, reg, bytes( 0xA0 + reg ) ) ).failed() );
         EXPECT_EQ( test.data( TransactionBuilder().read( place, reg, 1 ) ), bytes( 0xA0 + reg ) );
     }
-    test.board.powerOn();
+    test.hardware.powerOn();
     EXPECT_EQ( test.number( "leds", 0 ), 0xFFu );
     EXPECT_EQ( test.number( "leds", 6 ), 0u );
 }

@@ -89,7 +89,7 @@ TEST_F( Psoc, ConfigurationIsKept ) {
     EXPECT_EQ( byte( 48 ), 1u );
     EXPECT_EQ( byte( 49 ), 255u );
     EXPECT_EQ( byte( 51 ), 1u );
-    test.board.powerOn();
+    test.hardware.powerOn();
     EXPECT_EQ( byte( 49 ), 0u );
 }
 
@@ -218,7 +218,7 @@ TEST_F( SlowPsoc, FansTurnWhenTheServiceBegins ) {
 
 TEST_F( SlowPsoc, SpeedNearsTheDutysByAThirdOfTheRestEachTimeConstant ) {
     EXPECT_EQ( word( firstSpeed ), 10000u ); // it has been running for long
-    test.board.powerOn();
+    test.hardware.powerOn();
     EXPECT_EQ( word( firstSpeed ), 0u );
     test.scheduler.advance( std::chrono::seconds( 1 ) );
     EXPECT_EQ( word( firstSpeed ), 6321u ); // 10000 * ( 1 - 1/e )
@@ -257,11 +257,11 @@ TEST_F( SlowPsoc, SpeedSetFromTheBenchLastsForTheMoment ) {
 
 TEST_F( Psoc, PowerOffTakesTheBoardDownAtTheEndOfTheWrite ) {
     EXPECT_FALSE( test.run( TransactionBuilder().write( place, powerOff, bytes( 2 ) ) ).failed() );
-    EXPECT_FALSE( test.board.powered() );
+    EXPECT_FALSE( test.hardware.powered() );
     EXPECT_TRUE( test.run( TransactionBuilder().read( place, duty, 2 ) ).failed() );
     test.scheduler.advance( std::chrono::hours( 1 ) );
-    EXPECT_FALSE( test.board.powered() );
-    test.board.powerOn();
+    EXPECT_FALSE( test.hardware.powered() );
+    test.hardware.powerOn();
     EXPECT_EQ( byte( powerOff ), 0u );
     EXPECT_EQ( word( duty ), 5000u );
 }
@@ -270,9 +270,9 @@ TEST_F( Psoc, PowerCycleTakesTheBoardDownForAMoment ) {
     writeWord( duty, 1000 );
     EXPECT_FALSE(
         test.run( TransactionBuilder().write( place, powerCycle, bytes( 1 ) ) ).failed() );
-    EXPECT_FALSE( test.board.powered() );
-    test.scheduler.advance( smbusd::Board::defaultPowerCycle );
-    EXPECT_TRUE( test.board.powered() );
+    EXPECT_FALSE( test.hardware.powered() );
+    test.scheduler.advance( smbusd::Hardware::defaultPowerCycle );
+    EXPECT_TRUE( test.hardware.powered() );
     EXPECT_EQ( byte( powerCycle ), 0u );
     EXPECT_EQ( word( duty ), 5000u );
 }
@@ -281,15 +281,15 @@ TEST_F( Psoc, OtherBitsOfThePowerRegistersDoNothing ) {
     test.run( TransactionBuilder()
                   .write( place, powerOff, bytes( 0xFD ) )
                   .write( place, powerCycle, bytes( 0xFE ) ) );
-    EXPECT_TRUE( test.board.powered() );
+    EXPECT_TRUE( test.hardware.powered() );
     EXPECT_EQ( byte( powerOff ), 0xFDu );
     EXPECT_EQ( byte( powerCycle ), 0xFEu );
 }
 
 TEST_F( SlowPsoc, FansSpinUpAgainWhenPowerComesBack ) {
     test.scheduler.advance( std::chrono::seconds( 20 ) );
-    test.board.powerOff();
-    test.board.powerOn();
+    test.hardware.powerOff();
+    test.hardware.powerOn();
     EXPECT_EQ( word( firstSpeed ), 0u );
     test.scheduler.advance( std::chrono::seconds( 20 ) );
     EXPECT_EQ( word( firstSpeed ), 10000u );

@@ -145,7 +145,7 @@ class CountingFile : public smbusd::RegisterFile {
 
 TEST( RegisterFile, DerivedChipsComputeWhatIsReadAndActOnWrites ) {
     TestBoard board( TestBoard::withChips( "" ) );
-    CountingFile chip( { "c", "counting", 0x40, board.scheduler, board.log, board.board },
+    CountingFile chip( { "c", "counting", 0x40, board.scheduler, board.log, board.hardware },
                        { .width = 2, .highFirst = true, .count = 4, .fill = 0 } );
     chip.start( false );
     for ( const uint8_t byte : std::initializer_list<uint8_t>{ 0x00, 0x12, 0x34 } ) {

@@ -1,4 +1,4 @@
-#include "smbusd/board/Board.h"
+#include "smbusd/board/Hardware.h"
 
 #include <algorithm>
 
@@ -20,7 +20,7 @@ auto findNamed( const Items &items, std::string_view name ) {
 
 } // namespace
 
-VirtualBus &Board::addVirtualBus( std::string name, const BusKey &key ) {
+VirtualBus &Hardware::addVirtualBus( std::string name, const BusKey &key ) {
     auto bus = std::make_unique<VirtualBus>( std::move( name ), key, scheduler_, log_, faults );
     VirtualBus &added = *bus;
     virtualBuses_.push_back( &added );
@@ -28,41 +28,41 @@ VirtualBus &Board::addVirtualBus( std::string name, const BusKey &key ) {
     return added;
 }
 
-void Board::addBus( std::unique_ptr<Bus> bus ) {
+void Hardware::addBus( std::unique_ptr<Bus> bus ) {
     busByKey_[ bus->key() ] = bus.get();
     buses_.push_back( std::move( bus ) );
 }
 
-Chip &Board::addChip( std::unique_ptr<Chip> chip ) {
+Chip &Hardware::addChip( std::unique_ptr<Chip> chip ) {
     chips_.push_back( std::move( chip ) );
     return *chips_.back();
 }
 
-Unit &Board::addUnit( Unit unit ) {
+Unit &Hardware::addUnit( Unit unit ) {
     units_.push_back( std::make_unique<Unit>( std::move( unit ) ) );
     return *units_.back();
 }
 
-Bus *Board::findBus( const BusKey &key ) const {
+Bus *Hardware::findBus( const BusKey &key ) const {
     const auto found = busByKey_.find( key );
     return found == busByKey_.end() ? nullptr : found->second;
 }
 
-Bus *Board::findBus( std::string_view name ) const {
+Bus *Hardware::findBus( std::string_view name ) const {
     return findNamed( buses_, name );
 }
 
-Chip *Board::findChip( std::string_view name ) const {
+Chip *Hardware::findChip( std::string_view name ) const {
     return findNamed( chips_, name );
 }
 
-Unit *Board::findUnit( std::string_view name ) {
+Unit *Hardware::findUnit( std::string_view name ) {
     return findNamed( units_, name );
 }
 
-void Board::plug( Unit &unit, bool plugged ) {
+void Hardware::plug( Unit &unit, bool plugged ) {
     unit.plugged = plugged;
-    // The chips of a unit that is put in wake up to what acts on them there.
+    // Inputs first: a chip reads them at power-up.
     for ( const UnitInput &line : unit.inputs ) {
         line.chip->setInput( line.input, plugged ? line.plugged : line.unplugged );
     }
@@ -71,7 +71,7 @@ void Board::plug( Unit &unit, bool plugged ) {
     }
 }
 
-void Board::updateConnections() {
+void Hardware::updateConnections() {
     for ( Connection &connection : connections_ ) {
         const auto chip =
             std::find_if( connection.from.begin(), connection.from.end(),
@@ -85,7 +85,7 @@ void Board::updateConnections() {
     }
 }
 
-void Board::setPowered( bool powered ) {
+void Hardware::setPowered( bool powered ) {
     powered_ = powered;
     powerGeneration_++;
     for ( VirtualBus *bus : virtualBuses_ ) {
@@ -93,12 +93,12 @@ void Board::setPowered( bool powered ) {
     }
 }
 
-void Board::powerOff() {
+void Hardware::powerOff() {
     log_.info( "board: power off" );
     setPowered( false );
 }
 
-void Board::powerOn() {
+void Hardware::powerOn() {
     log_.info( "board: power on" );
     for ( const std::unique_ptr<Chip> &chip : chips_ ) {
         chip->reset();
@@ -106,7 +106,7 @@ void Board::powerOn() {
     setPowered( true );
 }
 
-void Board::powerCycle() {
+void Hardware::powerCycle() {
     log_.info( "board: power cycle" );
     setPowered( false );
     scheduler_.after( powerCycleTime_, [ this, generation = powerGeneration_ ] {

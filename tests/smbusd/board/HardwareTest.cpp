@@ -1,4 +1,4 @@
-#include "smbusd/board/Board.h"
+#include "smbusd/board/Hardware.h"
 
 #include <gtest/gtest.h>
 
@@ -53,12 +53,12 @@ TEST( BoardConnections, InputFollowsTheOutputOfWhicheverChipIsThere ) {
 TEST( BoardConnections, WhatAPersonSetsStaysUntilTheOutputChanges ) {
     TestBoard test( TestBoard::withChips( supplies, connection ) );
     test.chip( "lines" ).setInput( "p00", 0 );
-    test.board.updateConnections();
+    test.hardware.updateConnections();
     EXPECT_EQ( test.number( "lines", 0 ), 0xFEu );
     test.chip( "one" ).setInput( "vin", 0 );
-    test.board.updateConnections();
+    test.hardware.updateConnections();
     test.chip( "one" ).setInput( "vin", 230 );
-    test.board.updateConnections();
+    test.hardware.updateConnections();
     EXPECT_EQ( test.number( "lines", 0 ), 0xFFu );
 }
 
@@ -68,28 +68,28 @@ class Board : public testing::Test {
 };
 
 TEST_F( Board, FindsByNameOrNotAtAll ) {
-    EXPECT_EQ( test.board.findChip( "psu" )->name(), "psu" );
-    EXPECT_EQ( test.board.findChip( "bus" ), nullptr );
-    EXPECT_EQ( test.board.findBus( "bus" )->name(), "bus" );
-    EXPECT_EQ( test.board.findBus( "psu" ), nullptr );
-    EXPECT_EQ( test.board.findUnit( "supply" )->name, "supply" );
-    EXPECT_EQ( test.board.findUnit( "psu" ), nullptr );
+    EXPECT_EQ( test.hardware.findChip( "psu" )->name(), "psu" );
+    EXPECT_EQ( test.hardware.findChip( "bus" ), nullptr );
+    EXPECT_EQ( test.hardware.findBus( "bus" )->name(), "bus" );
+    EXPECT_EQ( test.hardware.findBus( "psu" ), nullptr );
+    EXPECT_EQ( test.hardware.findUnit( "supply" )->name, "supply" );
+    EXPECT_EQ( test.hardware.findUnit( "psu" ), nullptr );
 }
 
 TEST_F( Board, AUnitComesAndGoesWithItsChipsAndLines ) {
-    smbusd::Unit &supply = *test.board.findUnit( "supply" );
+    smbusd::Unit &supply = *test.hardware.findUnit( "supply" );
     EXPECT_EQ( test.number( "lines", 0 ), 0xFEu );
     EXPECT_EQ( test.number( "lines", 1 ), 0xFFu );
     test.run( TransactionBuilder().write( testBus.at( 0x58 ), 1, bytes( 99 ) ) );
 
-    test.board.plug( supply, false );
+    test.hardware.plug( supply, false );
     EXPECT_FALSE( supply.plugged );
     EXPECT_FALSE( test.chip( "psu" ).plugged() );
     EXPECT_FALSE( test.chip( "rom" ).plugged() );
     EXPECT_EQ( test.number( "lines", 0 ), 0xFFu );
     EXPECT_EQ( test.number( "lines", 1 ), 0xFEu );
 
-    test.board.plug( supply, true );
+    test.hardware.plug( supply, true );
     EXPECT_EQ( test.number( "lines", 0 ), 0xFEu );
     EXPECT_EQ( test.number( "psu", 1 ), 7u ); // it starts with its reset values
 }
@@ -98,10 +98,10 @@ TEST_F( Board, PowerBringsBackResetValuesAndKeepsInputsAndMemories ) {
     test.run( TransactionBuilder()
                   .write( testBus.at( 0x20 ), 6, bytes( 0x0F ) )
                   .write( testBus.at( 0x50 ), 0, bytes( 0x42 ) ) );
-    test.board.powerOff();
-    EXPECT_FALSE( test.board.powered() );
-    test.board.powerOn();
-    EXPECT_TRUE( test.board.powered() );
+    test.hardware.powerOff();
+    EXPECT_FALSE( test.hardware.powered() );
+    test.hardware.powerOn();
+    EXPECT_TRUE( test.hardware.powered() );
     EXPECT_EQ( test.number( "lines", 6 ), 0xFFu );
     EXPECT_EQ( test.number( "lines", 0 ), 0xFEu );
     EXPECT_EQ( test.number( "rom", 0 ), 0x42u );
@@ -109,21 +109,21 @@ TEST_F( Board, PowerBringsBackResetValuesAndKeepsInputsAndMemories ) {
 
 TEST_F( Board, APowerCycleTakesItsTime ) {
     test.run( TransactionBuilder().write( testBus.at( 0x58 ), 1, bytes( 99 ) ) );
-    test.board.powerCycle();
-    EXPECT_FALSE( test.board.powered() );
+    test.hardware.powerCycle();
+    EXPECT_FALSE( test.hardware.powered() );
     test.scheduler.advance( 249ms );
-    EXPECT_FALSE( test.board.powered() );
+    EXPECT_FALSE( test.hardware.powered() );
     test.scheduler.advance( 1ms );
-    EXPECT_TRUE( test.board.powered() );
+    EXPECT_TRUE( test.hardware.powered() );
     EXPECT_EQ( test.number( "psu", 1 ), 7u );
 }
 
 TEST_F( Board, PowerOffOverrulesACycleUnderWay ) {
-    test.board.powerCycle();
+    test.hardware.powerCycle();
     test.scheduler.advance( 100ms );
-    test.board.powerOff();
+    test.hardware.powerOff();
     test.scheduler.advance( 1s );
-    EXPECT_FALSE( test.board.powered() );
+    EXPECT_FALSE( test.hardware.powered() );
 }
 
 } // namespace
