@@ -3,6 +3,7 @@
 #include <PLSocket.h>
 #include <chrono>
 #include <cstdlib>
+#include <optional>
 #include <poll.h>
 #include <string>
 #include <sys/socket.h>
@@ -12,6 +13,7 @@
 #include "OrvanGeneric/Ham/OrvanSmbusHam.h"
 #include "OrvanGeneric/Orvan.h"
 #include "bench/Ratio.h"
+#include "common/Descriptor.h"
 #include "common/Frame.h"
 #include "common/TemporaryFolder.h"
 #include "common/UnixSocket.h"

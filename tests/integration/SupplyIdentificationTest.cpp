@@ -1,5 +1,6 @@
 /** Bays that the power board does not have: command-line tools, and the simulation's sample. */
 #include <cstdlib>
+#include <filesystem>
 
 #include <gtest/gtest.h>
 

@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
+#include <optional>
 #include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -12,6 +13,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "common/Descriptor.h"
 #include "common/Frame.h"
 #include "common/UnixSocket.h"
 #include "tests/support/AllocationCounter.h"

@@ -1,6 +1,7 @@
 #include "OrvanGeneric/Ham/SimHam.h"
 
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <sys/mman.h>
 #include <sys/stat.h>

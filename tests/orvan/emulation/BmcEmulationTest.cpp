@@ -1,6 +1,8 @@
 /** The simulated BMC's life, with the real simulator and with stand-ins that fail. */
 #include "orvan/emulation/BmcEmulation.h"
 
+#include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <poll.h>
 #include <sys/wait.h>

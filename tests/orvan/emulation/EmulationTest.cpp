@@ -1,6 +1,11 @@
 /** The private service's life, with a stand-in that does what its configuration's name says. */
 #include "orvan/emulation/Emulation.h"
 
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
 #include <gmock/gmock.h>
 
 #include "common/TemporaryFolder.h"

@@ -7,6 +7,7 @@
 #include <string>
 #include <unistd.h>
 
+#include "common/Descriptor.h"
 #include "common/UnixSocket.h"
 
 int main( int argc, char **argv ) {

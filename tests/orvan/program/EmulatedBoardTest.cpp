@@ -1,4 +1,6 @@
 /** The program, the library and the service together, on the project's boards. */
+#include <filesystem>
+
 #include <gmock/gmock.h>
 
 #include "common/TemporaryFolder.h"

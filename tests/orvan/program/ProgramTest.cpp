@@ -1,4 +1,7 @@
 /** The program on the fake library and service: options, exit codes, what reaches which stream. */
+#include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <set>
 #include <sstream>
 

@@ -1,8 +1,14 @@
 // The control tool against a real service.
+#include <optional>
+#include <thread>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include "common/Child.h"
 #include "common/Descriptor.h"
+#include "tests/support/Process.h"
+#include "tests/support/SmbusClient.h"
 #include "tests/support/SmbusdProcess.h"
 
 namespace {

@@ -1,6 +1,10 @@
 #include "smbusd/service/ListenSocket.h"
 
+#include <fcntl.h>
+#include <filesystem>
 #include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 

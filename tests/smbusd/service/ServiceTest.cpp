@@ -1,5 +1,8 @@
 // The real smbusd over real sockets: what clients can do to it, and how it comes and goes.
 #include <array>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <random>
 #include <sys/stat.h>
@@ -8,9 +11,13 @@
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
+#include "common/Child.h"
+#include "common/Descriptor.h"
 #include "common/Frame.h"
 #include "common/TemporaryFolder.h"
 #include "common/UnixSocket.h"
+#include "tests/support/Process.h"
+#include "tests/support/SmbusClient.h"
 #include "tests/support/SmbusdProcess.h"
 
 namespace {
