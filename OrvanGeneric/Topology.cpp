@@ -4,10 +4,10 @@
 #include <new>
 
 #include <rapidjson/document.h>
-#include <rapidjson/error/en.h>
 
 #include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/JsonText.h"
 #include "OrvanGeneric/TopologyMemory.h"
 
 namespace Topology {
@@ -269,33 +269,48 @@ Topology *Topology::fromJSON( const rapidjson::Document &json ) try {
     return nullptr;
 }
 
+namespace {
+
+/** Drops the current tree, also what a failed build left of one. */
+void dropTopology() {
+    delete _topology;
+    _topology = nullptr;
+    _topology_index.clear();
+}
+
+/** @throws std::bad_alloc */
+pl_status replaceTopology( const char *json ) {
+    std::string text = json;
+    Json::ParsedText parsed( json );
+    if ( !parsed.valid() ) {
+        TRACE( 2, "failed to load topology from json: %s offset %zd", parsed.problem(),
+               parsed.offset() );
+        return PL_STATUS_INVALID;
+    }
+    dropTopology();
+    _topology = Topology::fromJSON( parsed.document() );
+    if ( !_topology ) {
+        throw std::bad_alloc();
+    }
+    _topology_json.swap( text );
+    return PL_STATUS_OK;
+}
+
+} // namespace
+
 pl_status loadTopology( const char *json ) {
     if ( _topology && _topology_json == json ) {
         TRACE( 2, "topology is the same as the previously loaded one (using it)" );
         return PL_STATUS_OK;
     }
     TRACE( 2, "loading topology json" );
-    rapidjson::Document document;
-    document.Parse( json );
-    if ( document.HasParseError() ) {
-        TRACE( 2, "failed to load topology from json: %s offset %zd",
-               rapidjson::GetParseError_En( document.GetParseError() ),
-               static_cast<ssize_t>( document.GetErrorOffset() ) );
-        return PL_STATUS_INVALID;
-    }
-    if ( _topology ) {
-        delete _topology;
-        _topology = nullptr;
-    }
-    // Labels of the old tree, and those that a failed build may have left.
-    _topology_index.clear();
-    _topology = Topology::fromJSON( document );
-    if ( !_topology ) {
+    try {
+        return replaceTopology( json );
+    } catch ( const std::bad_alloc & ) {
+        dropTopology();
         TRACE( 2, "failed to create topology tree" );
         return PL_STATUS_FAILED;
     }
-    _topology_json = json;
-    return PL_STATUS_OK;
 }
 
 } // namespace Topology

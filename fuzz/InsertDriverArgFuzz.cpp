@@ -12,7 +12,7 @@
 
 namespace {
 
-/** The next text of the input, which is left behind it. */
+/** The next text of the input; the input goes on after it. */
 std::string next( const char *&begin, const char *end ) {
     const char *const start = begin;
     while ( begin != end && *begin ) {

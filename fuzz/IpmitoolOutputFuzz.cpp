@@ -14,7 +14,7 @@ void requireReadings( const std::map<std::string, std::string> &readings ) {
         require( !name.empty(), "a reading without a name" );
         size_t end = 0;
         require( std::isfinite( std::stof( reading, &end ) ), "a reading that is not finite" );
-        require( end == reading.size(), "a reading with something behind it" );
+        require( end == reading.size(), "a reading with something after it" );
     }
 }
 

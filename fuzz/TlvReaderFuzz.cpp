@@ -1,4 +1,4 @@
-// A TlvInfo EEPROM whose signature and version are right, with anything behind them: the search ends
+// A TlvInfo EEPROM whose signature and version are right, with anything after them: the search ends
 // and reads only what the lengths allow.
 #include <algorithm>
 #include <cstdint>

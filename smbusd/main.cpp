@@ -48,7 +48,7 @@ std::unique_ptr<smbusd::ListenSocket> listenOn( int inherited, const std::string
                           : std::make_unique<smbusd::ListenSocket>( path, modeOf( mode ) );
 }
 
-/** A byte and the end of the pipe tell whoever started the service that it can be used. */
+/** A byte and the end of the pipe tell the process that started the service that it can be used. */
 void tellReady( int descriptor, smbusd::Log &log ) {
     if ( descriptor < 0 ) {
         return;

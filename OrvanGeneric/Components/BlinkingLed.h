@@ -19,6 +19,7 @@ class BlinkingLed : public Led {
      */
     bool keepsBlinking( pl_led_status status ) {
         if ( blinking_ && status == PL_LED_STATUS_BEACON ) {
+            keepBlinkTimerRunning();
             return true;
         }
         stopBlinking();

@@ -2,14 +2,13 @@
 
 #include <cassert>
 
-#include <rapidjson/document.h>
-
 #include "OrvanGeneric/Components/Gpio.h"
 #include "OrvanGeneric/Components/MultiDevice.h"
 #include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/Ham/Ham.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/JsonText.h"
 #include "OrvanGeneric/NotImplementedException.h"
 
 namespace Component {
@@ -100,9 +99,9 @@ std::string simulationName( const DriverArgs &args ) {
     if ( !Utils::inSimulation() || !args.jsonText ) {
         return std::string();
     }
-    rapidjson::Document json;
-    json.Parse( args.jsonText );
-    if ( json.HasParseError() || !json.IsObject() || !json.HasMember( "name" ) ) {
+    Json::ParsedText text( args.jsonText );
+    rapidjson::Document &json = text.document();
+    if ( !text.valid() || !json.IsObject() || !json.HasMember( "name" ) ) {
         return std::string();
     }
     return json[ "name" ].GetString();

@@ -47,10 +47,13 @@ class Led {
     /** Makes the blink timer, not armed, unless there is one; aborts when the host makes none. */
     static void createBlinkTimer();
     /**
-     * Puts @p led at the end of the notification list, once more if it is on it; the first one arms
-     * the timer. Aborts when there is no timer.
+     * Puts @p led at the end of the notification list, once more if it is on it. The first one arms
+     * the timer, and so does any other when the host refused to arm it before. Aborts when there is
+     * no timer.
      */
     static void notifyOnBlink( Led *led );
+    /** Arms the timer again when the host refused to, so that the LEDs on the list go on. */
+    static void keepBlinkTimerRunning();
     /** Takes every entry of @p led off the notification list. */
     static void stopBlinkNotification( Led *led );
     /** The host's callback of the blink timer; @p context is not used. */
@@ -67,6 +70,11 @@ class Led {
     static std::list<Led *> notifyList_; ///< in the order added; not owned
 
   private:
+    /** Arms the timer for one tick; a host's refusal is traced. */
+    static void armBlinkTimer();
+
+    static bool blinkTimerArmed_; ///< false when the host refused the last arming
+
     pl_led record_;
     bool blinks_;
 };

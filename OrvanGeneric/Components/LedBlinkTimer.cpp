@@ -9,6 +9,7 @@ uint32_t Led::blinkTimer_ = 0;
 uint32_t Led::blinkPeriod_ = 1000;
 bool Led::blinkStatus_ = false;
 std::list<Led *> Led::notifyList_;
+bool Led::blinkTimerArmed_ = false;
 
 const char *Led::getLedStatusString( pl_led_status status ) {
     static const char *const strs[] = {
@@ -36,8 +37,21 @@ void Led::notifyOnBlink( Led *led ) {
     TRACE( 4, "%s() adding led to blink notification list", "notifyOnBlink" );
     assert( blinkTimer_ );
     notifyList_.push_back( led );
-    if ( notifyList_.size() == 1 ) {
-        Host::timerSet( blinkTimer_, blinkPeriod_ );
+    if ( notifyList_.size() == 1 || !blinkTimerArmed_ ) {
+        armBlinkTimer();
+    }
+}
+
+void Led::armBlinkTimer() {
+    blinkTimerArmed_ = Host::timerSet( blinkTimer_, blinkPeriod_ ) == 0;
+    if ( !blinkTimerArmed_ ) {
+        TRACE( 0, "failed to arm led blink timer" );
+    }
+}
+
+void Led::keepBlinkTimerRunning() {
+    if ( !blinkTimerArmed_ ) {
+        armBlinkTimer();
     }
 }
 
@@ -59,8 +73,10 @@ void Led::handleBlinkTimerCallback( void * ) {
             ++it;
         }
     }
-    if ( !notifyList_.empty() ) {
-        Host::timerSet( blinkTimer_, blinkPeriod_ );
+    if ( notifyList_.empty() ) {
+        blinkTimerArmed_ = false;
+    } else {
+        armBlinkTimer();
     }
     blinkStatus_ = !blinkStatus_;
 }

@@ -1,6 +1,7 @@
 #include "OrvanGeneric/Drivers/Drivers.h"
 
 #include <cassert>
+#include <cerrno>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
@@ -11,6 +12,7 @@
 #include <rapidjson/writer.h>
 
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/JsonText.h"
 #include "OrvanGeneric/Topology.h"
 
 namespace Drivers {
@@ -47,16 +49,13 @@ std::string argText( const rapidjson::Value &value ) {
 } // namespace
 
 bool DriverArgs::parseJSON( const char *text ) {
-    rapidjson::Document json;
-    json.Parse( text );
-    if ( json.HasParseError() ) {
-        TRACE( 0, "failed to load device from json: %s offset %zd",
-               rapidjson::GetParseError_En( json.GetParseError() ),
-               static_cast<ssize_t>( json.GetErrorOffset() ) );
+    Json::ParsedText json( text );
+    if ( !json.valid() ) {
+        TRACE( 0, "failed to load device from json: %s offset %zd", json.problem(), json.offset() );
         return false;
     }
     jsonText = text;
-    parseJSON( static_cast<const rapidjson::Value &>( json ) );
+    parseJSON( static_cast<const rapidjson::Value &>( json.document() ) );
     return true;
 }
 
@@ -95,20 +94,19 @@ std::shared_ptr<DriverArgs> DriverArgs::fromJSON( const rapidjson::Value &json )
 }
 
 bool insertDriverArg( const char *text, char **out, const char *name, const char *value ) {
-    rapidjson::Document document;
-    document.Parse( text );
-    if ( document.HasParseError() ) {
-        TRACE( 0, "failed to parse psu devArgs: %s offset %zd",
-               rapidjson::GetParseError_En( document.GetParseError() ),
-               static_cast<ssize_t>( document.GetErrorOffset() ) );
+    Json::ParsedText json( text, std::strlen( name ) + std::strlen( value ) + 1 );
+    if ( !json.valid() ) {
+        TRACE( 0, "failed to parse psu devArgs: %s offset %zd", json.problem(), json.offset() );
         return false;
     }
+    rapidjson::Document &document = json.document();
     assert( document.HasMember( "driverArgs" ) );
     auto &allocator = document.GetAllocator();
     document[ "driverArgs" ].AddMember( rapidjson::Value( name, allocator ),
                                         rapidjson::Value( value, allocator ), allocator );
-    rapidjson::StringBuffer buffer;
-    rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::ASCII<>> writer(
+    using Buffer = rapidjson::GenericStringBuffer<rapidjson::UTF8<>, Json::CheckedAllocator>;
+    Buffer buffer;
+    rapidjson::Writer<Buffer, rapidjson::UTF8<>, rapidjson::ASCII<>, Json::CheckedAllocator> writer(
         buffer );
     // The parser accepts invalid UTF-8 and half a surrogate pair; neither can be written escaped.
     if ( !document.Accept( writer ) ) {
@@ -116,7 +114,12 @@ bool insertDriverArg( const char *text, char **out, const char *name, const char
                rapidjson::GetParseError_En( rapidjson::kParseErrorStringInvalidEncoding ) );
         return false;
     }
-    *out = strdup( buffer.GetString() );
+    char *copy = strdup( buffer.GetString() );
+    if ( !copy ) {
+        TRACE( 0, "failed to write psu devArgs: %s", strerror( errno ) );
+        return false;
+    }
+    *out = copy;
     return true;
 }
 

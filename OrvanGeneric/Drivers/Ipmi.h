@@ -32,7 +32,7 @@ class Ipmi : public Component::HardwareDevice {
   public:
     /**
      * A supply; takes "psuId" (decimal, 1 or 2, required). Its sensors are the key with _CURRENT_IN,
-     * _CURRENT_OUT, _VOLTAGE_IN, _VOLTAGE_OUT, _POWER_IN, _POWER_OUT and _OK behind it.
+     * _CURRENT_OUT, _VOLTAGE_IN, _VOLTAGE_OUT, _POWER_IN, _POWER_OUT and _OK after it.
      */
     class Psu final : public Component::LogicalDevice::Psu {
       public:

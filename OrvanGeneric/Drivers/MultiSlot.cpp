@@ -2,29 +2,68 @@
 
 #include <cassert>
 #include <cstdlib>
+#include <optional>
+#include <set>
+#include <utility>
 
+#include "OrvanGeneric/Assertion.h"
 #include "OrvanGeneric/Drivers/Drivers.h"
 #include "OrvanGeneric/HostServices.h"
+#include "OrvanGeneric/JsonText.h"
 
 namespace Drivers {
 
 namespace {
 
-/** A part's description with the slot's arguments behind its own. */
-std::string withArguments( const std::string &description,
-                           const std::map<std::string, std::string> &arguments ) {
+/**
+ * A part's description with the slot's arguments after its own. Nothing when it holds what cannot be
+ * written again (text that is not UTF-8), which has been traced then.
+ */
+std::optional<std::string> withArguments( const std::string &description,
+                                          const std::map<std::string, std::string> &arguments ) {
     std::string result = description;
     for ( const auto &[ name, value ] : arguments ) {
         char *text;
-        // A text that is no JSON stays as it is; adding the part will say so.
-        if ( !insertDriverArg( result.c_str(), &text, name.c_str(), value.c_str() ) ) {
+        if ( insertDriverArg( result.c_str(), &text, name.c_str(), value.c_str() ) ) {
+            result = text;
+            std::free( text );
+        } else if ( Json::ParsedText( result.c_str() ).valid() ) {
+            return std::nullopt;
+        } else {
+            // What is no JSON stays as it is; adding the part will say so.
             break;
         }
-        result = text;
-        std::free( text );
     }
     return result;
 }
+
+/** While it lives, the flag is set. */
+class Making {
+  public:
+    explicit Making( bool &flag ) : flag_( flag ) { flag_ = true; }
+    ~Making() { flag_ = false; }
+    Making( const Making & ) = delete;
+    Making &operator=( const Making & ) = delete;
+
+  private:
+    bool &flag_;
+};
+
+/** While it lives, a multi-device's parts are described otherwise; then as they were before. */
+class OtherParts {
+  public:
+    OtherParts( Component::MultiDevice &device, std::map<std::string, std::string> parts )
+        : device_( device ), before_( std::move( parts ) ) {
+        device_.deviceDriverArgs.swap( before_ );
+    }
+    ~OtherParts() { device_.deviceDriverArgs.swap( before_ ); }
+    OtherParts( const OtherParts & ) = delete;
+    OtherParts &operator=( const OtherParts & ) = delete;
+
+  private:
+    Component::MultiDevice &device_;
+    std::map<std::string, std::string> before_;
+};
 
 } // namespace
 
@@ -36,29 +75,37 @@ Component::MultiDevice *MultiSlot::create( const DriverArgs &, Ham::Ham * ) {
 Component::LogicalDevice::Slot *MultiSlot::newSlot( const DriverArgs &args ) {
     const int slotId = requiredIntArg( args, "id" );
     assert( slotId >= 1 && slotId <= 5 );
+    ASSERT_NAMED( !makingSlot_, "device " + std::to_string( args.did ) + " is no part of itself" );
+    const Making making( makingSlot_ );
     return new Slot( this, static_cast<uint8_t>( slotId - 1 ), args );
 }
 
 MultiSlot::Slot::Slot( MultiSlot *multiSlot, uint8_t index, const DriverArgs &args )
     : multiSlot_( multiSlot ), index_( index ) {
-    const std::map<std::string, std::string> parts = multiSlot->deviceDriverArgs;
-    std::map<std::string, std::string> slotParts;
-    for ( const auto &[ key, description ] : parts ) {
-        slotParts[ key ] = withArguments( description, args.driverArgs );
-    }
-    multiSlot->deviceDriverArgsIs( slotParts );
-    const int slotId = index_ + 1;
-    for ( const auto &[ key, description ] : slotParts ) {
-        TRACE( 5, "Adding slot %d subdevice: %s ->%s", slotId, key.c_str(), description.c_str() );
-        pl_slot *subSlot = multiSlot->addSlot( key );
-        if ( subSlot ) {
-            subSlots_.push_back( subSlot );
+    std::map<std::string, std::string> slotParts = multiSlot->deviceDriverArgs;
+    std::set<std::string> refused;
+    for ( auto &[ key, description ] : slotParts ) {
+        if ( auto text = withArguments( description, args.driverArgs ) ) {
+            description = std::move( *text );
         } else {
-            TRACE( 0, "Failed to add slot %d subdevice with key='%s'", slotId, key.c_str() );
+            refused.insert( key );
         }
     }
     // The next slot of this device begins from the parts as they were described.
-    multiSlot->deviceDriverArgsIs( parts );
+    const OtherParts installed( *multiSlot, slotParts );
+    const int slotId = index_ + 1;
+    for ( const auto &[ key, description ] : slotParts ) {
+        TRACE( 5, "Adding slot %d subdevice: %s ->%s", slotId, key.c_str(), description.c_str() );
+        pl_slot *subSlot = refused.count( key ) ? nullptr : multiSlot->addSlot( key );
+        if ( subSlot ) {
+            subSlots_.push_back( subSlot );
+            continue;
+        }
+        if ( refused.count( key ) ) {
+            multiSlot->slots.push_back( nullptr );
+        }
+        TRACE( 0, "Failed to add slot %d subdevice with key='%s'", slotId, key.c_str() );
+    }
 }
 
 pl_status MultiSlot::Slot::getPresence( char **fdl ) {

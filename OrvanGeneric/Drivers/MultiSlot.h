@@ -12,7 +12,8 @@ namespace Drivers {
  * plugged in. The parts' descriptions, one for each way, are the description's "multiDeviceArgs".
  *
  * A slot takes "id" (decimal, 1 to 5, required). Its arguments are handed on to the parts, where
- * they win over the parts' own.
+ * they win over the parts' own. A part whose description is not UTF-8 cannot take them and stays out.
+ * A part with this device's own "did" aborts.
  */
 class MultiSlot : public Component::MultiDevice {
   public:
@@ -47,6 +48,9 @@ class MultiSlot : public Component::MultiDevice {
     pl_status getPresence( Slot *slot, char **fdl );
     /** Asks one part. */
     static pl_status getDevPresence( pl_slot *subSlot, char **fdl );
+
+  private:
+    bool makingSlot_ = false; ///< a part that is this very device would ask for another slot
 };
 
 } // namespace Drivers

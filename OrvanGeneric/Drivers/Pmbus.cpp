@@ -100,7 +100,7 @@ Component::LogicalDevice::TempSensor *Pmbus::newTempSensor( const DriverArgs &ar
     const auto id = static_cast<uint8_t>( sensorId );
     const auto tempSensor = static_cast<uint8_t>( intArg( args, "tempSensor", sensorId ) );
     TRACE( 0, "Creating Pmbus TempSensor device %d using sensor %d", id, tempSensor );
-    // Sensor 0 lies far behind the end, too.
+    // Sensor 0 wraps, and at() rejects it.
     const uint8_t reg = temperatureCommands.at( static_cast<size_t>( tempSensor ) - 1 );
     return new TempSensor( this, id, reg );
 }

@@ -292,7 +292,7 @@ pl_status PsuSlot::Slot::readSerialAndModel_( std::string &serial, std::string &
     case Invalid:
         throw std::runtime_error( "unknown identification type for psu" );
     }
-    // A name with a placeholder in it could be filled in for ever.
+    // A name with a placeholder in it could be filled in without end.
     if ( status == PL_STATUS_OK && !serial.empty() && !model.empty() &&
          !holdsPlaceholder( serial ) && !holdsPlaceholder( model ) ) {
         return PL_STATUS_OK;

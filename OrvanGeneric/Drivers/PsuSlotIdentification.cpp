@@ -23,7 +23,7 @@ std::string blockText( const std::string &block ) {
 /** How long a management controller may take to answer. */
 constexpr unsigned int commandSeconds = 10;
 
-/** What stands behind @p key in the first line of @p output that begins with it. */
+/** What stands after @p key in the first line of @p output that begins with it. */
 std::string answerOf( std::string_view output, std::string_view key ) {
     while ( !output.empty() ) {
         const size_t end = std::min( output.find( '\n' ), output.size() );

@@ -31,7 +31,7 @@ class SmbusProxyDriver : public Component::HardwareDevice {
                              unsigned int *length ) override;
         pl_status blockWrite( unsigned char command, const unsigned char *data,
                               unsigned int length ) override;
-        /** Exactly @p length bytes, or PL_STATUS_TRANSPORT at once, without copy and pause. */
+        /** Exactly @p length bytes, or PL_STATUS_TRANSPORT immediately, without copy and pause. */
         pl_status i2cBlockRead( unsigned char command, unsigned char *data,
                                 unsigned int length ) override;
         pl_status i2cBlockWrite( unsigned char command, const unsigned char *data,

@@ -9,7 +9,7 @@ namespace Drivers {
 
 namespace {
 
-/** Eight bytes of signature, a version, and the length of the fields behind, high byte first. */
+/** Eight bytes of signature, a version, and the length of the fields that follow, high byte first. */
 constexpr int headerSize = 11;
 constexpr size_t lengthHighByte = 9;
 constexpr size_t lengthLowByte = 10;

@@ -35,6 +35,6 @@ std::span<const IpmiState> ipmiStates();
  * @return true when at least one state is asserted and each is a good one; a text that is none of
  *         the table's counts as bad
  */
-bool allStatesGood( std::string_view states );
+bool allStatesGood( std::string_view rest );
 
 } // namespace Ham

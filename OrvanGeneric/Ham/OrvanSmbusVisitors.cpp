@@ -1,7 +1,11 @@
 #include "OrvanGeneric/Ham/OrvanSmbusVisitors.h"
 
+#include <algorithm>
 #include <cassert>
+#include <string>
+#include <vector>
 
+#include "OrvanGeneric/Assertion.h"
 #include "OrvanGeneric/Components/HardwareDevice.h"
 #include "OrvanGeneric/Components/Mux.h"
 #include "OrvanGeneric/DriverArgs.h"
@@ -12,6 +16,24 @@ namespace Ham {
 namespace {
 
 constexpr uint32_t idMask = 0x7F;
+
+/** The muxes whose drivers are being made at present, each for the way to the next. */
+std::vector<uint32_t> muxesBeingMade;
+
+/** While it lives, a mux's driver is being made; aborts when that is so already. */
+class MakingMux {
+  public:
+    explicit MakingMux( uint32_t did ) {
+        const bool behindItself =
+            std::find( muxesBeingMade.begin(), muxesBeingMade.end(), did ) != muxesBeingMade.end();
+        ASSERT_NAMED( !behindItself,
+                      "mux device " + std::to_string( did ) + " is not behind itself" );
+        muxesBeingMade.push_back( did );
+    }
+    ~MakingMux() { muxesBeingMade.pop_back(); }
+    MakingMux( const MakingMux & ) = delete;
+    MakingMux &operator=( const MakingMux & ) = delete;
+};
 
 } // namespace
 
@@ -47,6 +69,7 @@ bool OrvanSmbusVisitor::visit( const Topology::Mux *node ) {
     }
     assert( topoDev->args );
     Drivers::DriverArgs muxArgs = *topoDev->args;
+    const MakingMux making( node->did );
     Component::DeviceBase *muxDevice = Component::HardwareDevice::create( muxArgs, nullptr );
     assert( muxDevice );
     ham->muxes.insert( ham->muxes.begin(),

@@ -102,7 +102,7 @@ class HostServices {
         unsigned long fired = 0; ///< how often
         HostClock::Time due{};
         unsigned long sequence =
-            0; ///< of arming: of timers due at once the first armed fires first
+            0; ///< of arming: of timers due together the first armed fires first
     };
     struct Watcher {
         asio::posix::stream_descriptor descriptor;

@@ -98,7 +98,7 @@ milliseconds timeoutFromEnvironment() {
 
 /** Sets one of a socket's own time-outs to half of @p time: it ends late, but not by so much. */
 bool halfTimeoutIs( int fd, int option, std::chrono::microseconds time ) {
-    const auto half = std::max( time / 2, std::chrono::microseconds( 1 ) ); // 0 would be for ever
+    const auto half = std::max( time / 2, std::chrono::microseconds( 1 ) ); // 0 would be no limit
     const auto seconds = std::chrono::floor<std::chrono::seconds>( half );
     timeval value = {};
     value.tv_sec = static_cast<decltype( value.tv_sec )>( seconds.count() );

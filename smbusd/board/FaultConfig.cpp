@@ -14,7 +14,7 @@ constexpr uint32_t largestNumber = 0xFFFFFFFF;
 constexpr uint32_t lastBit = 7;
 
 std::string readTarget( const JsonView &json, const Hardware &hardware ) {
-    const std::string target = json.text();
+    std::string target = json.text();
     const Bus *bus = hardware.findBus( target );
     if ( bus == nullptr && hardware.findChip( target ) == nullptr ) {
         json.fail( "the name of a chip or a bus" );

@@ -25,7 +25,7 @@ class Bus {
     const std::string &name() const { return name_; }
     /** What requests find the bus by. */
     const BusKey &key() const { return key_; }
-    /** What the bus is, for whoever lists it: "virtual", or the adapter's device file. */
+    /** What the bus is, for listings: "virtual", or the adapter's device file. */
     virtual std::string backend() const = 0;
 
     /**

@@ -127,10 +127,9 @@ ControlService::ControlService( asio::io_context &loop, ListenSocket &socket, Co
                                 Dispatcher &dispatcher )
     : control_( control ), dispatcher_( dispatcher ),
       start_( control.hardware().scheduler().now() ),
-      acceptor_( loop, socket, control.hardware().log(),
-                 [ this ]( Acceptor::Socket accepted_socket ) {
-                     accepted( std::move( accepted_socket ) );
-                 } ) {}
+      acceptor_( loop, socket, control.hardware().log(), [ this ]( Acceptor::Socket connection ) {
+          accepted( std::move( connection ) );
+      } ) {}
 
 ControlService::~ControlService() {
     dispatcher_.setTrafficListener( nullptr );

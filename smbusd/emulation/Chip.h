@@ -119,7 +119,7 @@ class Chip {
     /** Lines and values that the chip gives to others. */
     virtual std::vector<InputInfo> outputs() const { return {}; }
     /** The present value of one output. */
-    double output( std::string_view name ) const;
+    double output( std::string_view output ) const;
 
     /** The chip as a multiplexer, null for every other chip. */
     virtual Mux *mux() { return nullptr; }

@@ -28,7 +28,7 @@ struct Transaction {
     std::function<void( Transaction & )> done; ///< called once, when the response is whole
 };
 
-/** One attempt of an operation, as seen by whoever follows the traffic. */
+/** One attempt of an operation, as seen by those who follow the traffic. */
 struct TrafficEvent {
     const Transaction &transaction; ///< that the operation belongs to
     int request;                    ///< which one of the transaction's, from 1
@@ -50,7 +50,7 @@ class Dispatcher {
 
     /** Repeats of an operation without effect, for a request that asks for no number. */
     static constexpr uint32_t defaultRetries = 3;
-    /** Most repeats, whatever is asked for: a client must not hold a bus for ever. */
+    /** Most repeats, whatever is asked for: a client must not hold a bus without end. */
     static constexpr uint32_t maxRetries = 1000;
     /** Most bytes of read data in one reply, so that the message stays within the frame's limit. */
     static constexpr size_t maxReplyData = 512 * 1024;

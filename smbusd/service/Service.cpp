@@ -37,8 +37,8 @@ void Acceptor::accept() {
 Service::Service( asio::io_context &loop, ListenSocket &socket, Hardware &hardware,
                   Dispatcher &dispatcher, size_t maxClients )
     : log_( hardware.log() ), dispatcher_( dispatcher ), maxClients_( maxClients ),
-      acceptor_( loop, socket, hardware.log(), [ this ]( Acceptor::Socket accepted_socket ) {
-          accepted( std::move( accepted_socket ) );
+      acceptor_( loop, socket, hardware.log(), [ this ]( Acceptor::Socket connection ) {
+          accepted( std::move( connection ) );
       } ) {}
 
 Service::~Service() {

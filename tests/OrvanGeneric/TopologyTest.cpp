@@ -425,6 +425,40 @@ TEST( TopologyAllocation, LabelsOfAFailedTreeAreNotFoundInTheNextOne ) {
     EXPECT_EQ( Topology::getNodeByLabel( "early" ), nullptr );
 }
 
+TEST( TopologyAllocation, LabelsOfAFailedTreeAreGoneImmediately ) {
+    const std::string text = longLabelText();
+    const AllocationFailure failure( longLabel );
+    ASSERT_EQ( load( text ), PL_STATUS_FAILED );
+    EXPECT_TRUE( Topology::_topology_index.empty() );
+    EXPECT_EQ( Topology::getNodeByLabel( "early" ), nullptr );
+}
+
+/** Parsing and remembering the text ask for memory, too; a C host must not see an exception. */
+TEST( TopologyAllocation, WhicheverOfALoadsAllocationsFailsThereIsNoTreeAndTheTextIsBuiltAnew ) {
+    const std::string before = i2cWith( R"("label": "old")" );
+    const std::string after = i2cWith( R"("label": "a label that needs memory of its own",
+        "devices": [ { "did": 1, "driver": "Dummy", "address": { "address": 1 },
+                       "driverArgs": { "text": "a text that needs memory of its own" } } ])" );
+    FakeHost::instance().dropTraces = true; // keeping them would take memory, too
+    size_t spared = 0;
+    for ( bool failed = true; failed; ++spared ) {
+        ASSERT_EQ( load( before ), PL_STATUS_OK );
+        pl_status status = PL_STATUS_OK;
+        {
+            const AllocationFailure failure( 0, spared );
+            status = Topology::loadTopology( after.c_str() );
+            failed = failure.happened();
+        }
+        ASSERT_EQ( status, failed ? PL_STATUS_FAILED : PL_STATUS_OK ) << spared;
+        EXPECT_EQ( Topology::_topology == nullptr, failed ) << spared;
+        EXPECT_EQ( Topology::getNodeByLabel( "old" ), nullptr ) << spared;
+        ASSERT_EQ( load( before ), PL_STATUS_OK );
+        EXPECT_NE( Topology::getNodeByLabel( "old" ), nullptr ) << spared;
+        ASSERT_EQ( load( "[]" ), PL_STATUS_OK );
+    }
+    EXPECT_GT( spared, 10u );
+}
+
 TEST( TopologyAllocation, NoneOfABuildsAllocationsIsLeftUnguarded ) {
     rapidjson::Document document;
     document.Parse( R"([
@@ -450,6 +484,38 @@ TEST( TopologyAllocation, NoneOfABuildsAllocationsIsLeftUnguarded ) {
         EXPECT_EQ( tree == nullptr, failed ) << spared;
     }
     EXPECT_GT( spared, 20u );
+}
+
+// Nesting
+
+std::string nested( size_t depth ) {
+    return std::string( depth, '[' ) + std::string( depth, ']' );
+}
+
+TEST( TopologyNesting, BeyondTheLimitIsAParseErrorAndChangesNothing ) {
+    const std::string before = i2cWith( R"("label": "old")" );
+    ASSERT_EQ( load( before ), PL_STATUS_OK );
+    FakeHost::instance().traces.clear();
+    EXPECT_EQ( load( nested( 105000 ) ), PL_STATUS_INVALID );
+    EXPECT_EQ( FakeHost::instance().traces,
+               ( Traces{ { 2, loading },
+                         { 2, "failed to load topology from json: Terminate parsing due to Handler "
+                              "error. offset 512" } } ) );
+    EXPECT_NE( Topology::getNodeByLabel( "old" ), nullptr );
+}
+
+TEST( TopologyNesting, MuxesBehindMuxesAreTakenUpToTheLimit ) {
+    // The list, the medium, and for each mux a list, itself, a list, and its bus.
+    const auto text = []( int muxes ) {
+        std::string inner = R"({"id":1})";
+        for ( int i = 0; i < muxes; ++i ) {
+            inner = R"({"id":1,"muxes":[{"did":7,"busses":[)" + inner + "]}]}";
+        }
+        return R"([{"type":"I2C","ham":"SimHam",)" + inner.substr( 1 ) + "]";
+    };
+    EXPECT_EQ( load( text( 127 ) ), PL_STATUS_OK );
+    EXPECT_EQ( load( text( 128 ) ), PL_STATUS_INVALID );
+    EXPECT_EQ( load( text( 30000 ) ), PL_STATUS_INVALID );
 }
 
 // Structures that abort

@@ -173,7 +173,7 @@ TEST( TopologyWalk, DefaultVisitsReachEveryDevice ) {
 
 // The stop rule
 
-/** Every kind of node, with a sibling behind each. */
+/** Every kind of node, with a sibling after each. */
 constexpr char twoOfAll[] = R"([
     { "type": "SCD", "ham": "h", "pci": 0, "accelerators": [
         { "id": 1, "busses": [

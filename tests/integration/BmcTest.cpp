@@ -131,7 +131,7 @@ TEST_F( BmcTest, BmcThatIsGoneIsReportedAndNotAskedAgainUntilTheBackOffEnds ) {
     EXPECT_EQ( rpmStatus( fan ), PL_STATUS_TRANSPORT );
     EXPECT_LT( Clock::now() - before, std::chrono::seconds( 20 ) ) << "bounded";
 
-    // A BMC that is back at once is not found before its time, and found then.
+    // A BMC that is back immediately is found only when it is due to be looked for.
     startBmc();
     EXPECT_EQ( rpmStatus( fan ), PL_STATUS_TRANSPORT );
     EmulatedBoard::passTime( 4 );

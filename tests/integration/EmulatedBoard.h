@@ -40,7 +40,7 @@ class EmulatedBoard {
 
     /** Runs smbusctl with these words; it must succeed. @return what it printed */
     std::string ctl( const std::vector<std::string> &words ) const;
-    /** A register of an emulated chip, looked at behind the bus's back. */
+    /** A register of an emulated chip, read directly, not through the bus. */
     unsigned peek( const std::string &chip, unsigned reg ) const;
 
     /** The library's monotonic clock stands still but for this. */

@@ -6,7 +6,7 @@
  *     add KIND DESCRIPTION   a line "added", "null" or "exception TEXT"
  *     init TOPOLOGY          the status of pl_gpio_init
  *     connect                the status of plSockInit, without an attempt
- *     set | clear | read     the status of the last GPIO's callback; for read its value behind it
+ *     set | clear | read     the status of the last GPIO's callback; for read its value after it
  *
  * Services that it has print "trace LEVEL TEXT", "timer add" and so on.
  */

@@ -126,7 +126,7 @@ TEST_F( SystemTest, BayIsAnsweredByWhicheverWayIdentifiesItsSupply ) {
     ASSERT_NE( bay, nullptr );
     EXPECT_EQ( presenceOf( bay ), current );
 
-    // Whoever answered last is asked first, and in vain; then all from the first one on.
+    // The one that answered last is asked first, without success; then all from the first one on.
     board_.ctl( { "unplug", "new-supply" } );
     board_.ctl( { "plug", "legacy-supply" } );
     board_.host.traces.clear();

@@ -71,7 +71,8 @@ class Bench {
         } catch ( const WouldAbort &abort ) {
             model = modelBefore;
             world = worldBefore;
-            if ( aborting++ % abortsPerCheck == 0 ) {
+            ++aborting;
+            if ( isAbortToCheck() ) {
                 checkThatAborts( real, abort.assertion );
             }
             faults_.clear();
@@ -108,8 +109,8 @@ class Bench {
             return std::string( "throws " ) + error.what();
         }
     }
-    static constexpr unsigned abortsPerCheck = 16;
-
+    /** The first ones of a process, then a few: a child process takes as long as many steps. */
+    static bool isAbortToCheck();
     void checkThatAborts( const std::function<void()> &real, const std::string &assertion );
     void begin( const std::string &what );
     void beginReal();

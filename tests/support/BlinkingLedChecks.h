@@ -26,6 +26,19 @@ inline void expectSecondBeaconChangesNothing( Component::LogicalDevice::Led *led
     EXPECT_TRUE( ham.log.empty() );
 }
 
+/** A blinking LED that the host's timer has left alone blinks again when it is told to. */
+inline void expectSecondBeaconArmsATimerThatTheHostRefused( Component::LogicalDevice::Led *led,
+                                                            FakeHost &host ) {
+    using Component::LogicalDevice::Led;
+    host.refuseTimerSet = true;
+    led->setLightSetting( PL_LED_STATUS_BEACON );
+    EXPECT_FALSE( host.timers.at( Led::blinkTimer_ ).armed );
+    host.refuseTimerSet = false;
+    EXPECT_EQ( led->setLightSetting( PL_LED_STATUS_BEACON ), PL_STATUS_OK );
+    EXPECT_TRUE( host.timers.at( Led::blinkTimer_ ).armed );
+    EXPECT_EQ( Led::notifyList_, std::list<Led *>{ led } );
+}
+
 /**
  * Any other setting ends the blinking; one that cannot be shown, and one that does not exist, leave
  * the pins alone. It can begin again.

@@ -5,7 +5,7 @@
 
 #include "tests/support/ScriptedHam.h"
 
-/** A ScriptedHam whose byte and block reads bring an EEPROM's bytes; behind the image all is 0xFF. */
+/** A ScriptedHam whose byte and block reads bring an EEPROM's bytes; after the image all is 0xFF. */
 class EepromHam : public ScriptedHam {
   public:
     std::string image;

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-/** Expects the host's record right behind the object's virtual-table pointer, filled in. */
+/** Expects the host's record right after the object's virtual-table pointer, filled in. */
 template <class Object, class Ops>
 void expectHostRecord( Object &object, const Ops *ops ) {
     auto *record = object.record();
@@ -21,7 +21,7 @@ void expectHostRecord( Object &object, const Ops *ops ) {
     EXPECT_EQ( record->priv, static_cast<void *>( &object ) );
 }
 
-/** "name(0x...)", as the traces of callbacks show a record; @p value behind it if not empty. */
+/** "name(0x...)", as the traces of callbacks show a record; @p value after it if not empty. */
 inline std::string callOn( const char *name, const void *record, const std::string &value = "" ) {
     char pointer[ 32 ];
     std::snprintf( pointer, sizeof( pointer ), "%p", record );

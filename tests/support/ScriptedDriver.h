@@ -97,7 +97,7 @@ inline std::string scriptedDescription( const std::string &driverArgs = "{}",
            R"(","address":{"address":32},"provideHam":0,"driverArgs":)" + driverArgs + "}";
 }
 
-/** What the creation of scriptedDescription()'s device traces, @p more behind it. */
+/** What the creation of scriptedDescription()'s device traces, @p more after it. */
 inline Traces scriptedCreation( const std::string &description, const Traces &more = {} ) {
     Traces traces = { { 0, "parsing devArgs = " + description },
                       { 0, "looking for already existing device 5" },
@@ -108,7 +108,7 @@ inline Traces scriptedCreation( const std::string &description, const Traces &mo
     return traces;
 }
 
-/** What a description that is not JSON traces, @p more behind it. */
+/** What a description that is not JSON traces, @p more after it. */
 inline Traces unparsable( const std::string &description, const Traces &more = {} ) {
     Traces traces = { { 0, "parsing devArgs = " + description },
                       { 0, "failed to load device from json: Invalid value. offset 0" },
@@ -117,7 +117,7 @@ inline Traces unparsable( const std::string &description, const Traces &more = {
     return traces;
 }
 
-/** What scriptedDescription( "{}", "Nobody" ) traces, @p more behind it. */
+/** What scriptedDescription( "{}", "Nobody" ) traces, @p more after it. */
 inline Traces unknownDriver( const std::string &description, const Traces &more = {} ) {
     Traces traces = { { 0, "parsing devArgs = " + description },
                       { 0, "looking for already existing device 5" },

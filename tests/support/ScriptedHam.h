@@ -13,7 +13,7 @@
  * The log holds one entry for each call: "prepare", "execute", "recvByte", "read8 0x20",
  * "read16 0x8b", "read 0x9a 11", "readBlock 0x9a", "sendByte 0x03", "write8 0x06 0xff",
  * "write16 0x3b 0x0064", "write 0x10 0a0b", "writeBlock 0x10 0a0b", "processCall 0x05 0x1234";
- * " pec" or " flag" behind those that ask for it.
+ * " pec" or " flag" after those that ask for it.
  */
 class ScriptedHam : public Ham::Ham {
   public:

@@ -35,9 +35,9 @@ class SmbusPeer {
   public:
     SmbusPeer();
 
-    /** The next transaction gets @p reply, behind those already said. */
+    /** The next transaction gets @p reply, after those already given. */
     void answer( const Smbus::TransactionResponse &reply );
-    /** The transaction behind those already said gets no reply: the connection ends. */
+    /** The transaction after those already given gets no reply: the connection ends. */
     void hangUp();
     /** The transactions so far, forgotten by the asking. */
     std::vector<Smbus::TransactionRequest> takeTransactions();

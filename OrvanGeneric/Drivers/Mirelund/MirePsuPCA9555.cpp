@@ -22,7 +22,7 @@ constexpr uint8_t powerOkPins[] = { 1, 4 };
 constexpr uint8_t acOkPins[] = { 6, 7 };
 constexpr uint8_t eepromResetPins[] = { 8, 9 };
 
-/** Each LED's green pin, with the red one behind it. */
+/** Each LED's green pin, followed by the red one. */
 constexpr uint8_t firstPsuLedPin = 10;
 constexpr uint8_t multiFanLedPin = 14;
 

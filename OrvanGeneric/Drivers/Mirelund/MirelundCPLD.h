@@ -75,7 +75,7 @@ class MireXcvrCPLD : public Component::PollingDevice<Component::HardwareDevice> 
     }
 
   protected:
-    /** Puts the CPLD's registers in front of those that are polled. */
+    /** Puts the CPLD's registers before those that are polled. */
     void pollPortRegisters();
 
   private:

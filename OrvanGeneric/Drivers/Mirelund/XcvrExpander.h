@@ -18,7 +18,7 @@ struct XcvrExpanderFamily {
 /**
  * Mix-in of the expander drivers whose pins are the low-speed lines of cages: each port has a nibble
  * of a bank. Nothing is polled: a query reads the pin through the expander's input cache, a change
- * is written at once.
+ * is written immediately.
  */
 class XcvrExpander {
   public:

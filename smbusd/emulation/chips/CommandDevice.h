@@ -38,7 +38,7 @@ class CommandDevice : public SmbusDevice {
   protected:
     std::optional<CommandShape> shapeOf( uint8_t command ) const override;
     std::vector<uint8_t> readCommand( uint8_t command ) override;
-    void writeCommand( uint8_t command, std::span<const uint8_t> data ) override;
+    void writeCommand( uint8_t code, std::span<const uint8_t> data ) override;
 
   private:
     struct Command {

@@ -261,4 +261,43 @@ TEST_F( LedBlinkTimerTest, StoppingAnLedThatIsNotOnTheListChangesNothing ) {
     EXPECT_TRUE( Led::notifyList_.empty() );
 }
 
+TEST_F( LedBlinkTimerTest, ARefusedArmingIsTracedAndTheNextNotificationArmsAgain ) {
+    Led::createBlinkTimer();
+    BlinkingLed first, second, third;
+    host_.refuseTimerSet = true;
+    Led::notifyOnBlink( &first );
+    EXPECT_EQ( host_.texts( 0 ).back(), "failed to arm led blink timer" );
+    host_.traces.clear();
+    Led::notifyOnBlink( &second );
+    EXPECT_EQ( host_.traces,
+               ( Traces{ { 4, "notifyOnBlink() adding led to blink notification list" },
+                         { 0, "failed to arm led blink timer" } } ) );
+    EXPECT_FALSE( timer().armed );
+    host_.refuseTimerSet = false;
+    Led::notifyOnBlink( &third );
+    EXPECT_TRUE( timer().armed );
+    EXPECT_EQ( timer().sets, 1 );
+    tick();
+    EXPECT_EQ( first.shown, Phases{ false } );
+}
+
+TEST_F( LedBlinkTimerTest, ATickWhoseRearmingIsRefusedIsMadeGoodByTheNextBeacon ) {
+    Led::createBlinkTimer();
+    BlinkingLed led;
+    Led::notifyOnBlink( &led );
+    host_.refuseTimerSet = true;
+    tick();
+    EXPECT_EQ( host_.texts( 0 ).back(), "failed to arm led blink timer" );
+    Led::keepBlinkTimerRunning();
+    EXPECT_FALSE( timer().armed );
+    host_.refuseTimerSet = false;
+    Led::keepBlinkTimerRunning();
+    EXPECT_TRUE( timer().armed );
+    EXPECT_EQ( timer().sets, 2 );
+    Led::keepBlinkTimerRunning();
+    EXPECT_EQ( timer().sets, 2 );
+    tick();
+    EXPECT_EQ( led.shown, ( Phases{ false, true } ) );
+}
+
 } // namespace

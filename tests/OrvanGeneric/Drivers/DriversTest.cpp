@@ -471,4 +471,49 @@ TEST_F( DriverArgReaders, MissingRequiredArgumentAborts ) {
                   assertionFailure( source, "it != args.driverArgs.end()" ) );
 }
 
+/** A description whose "further" member nests so deep that it reaches @p depth. */
+std::string nestedDescription( size_t depth ) {
+    return R"({"did":1,"driver":"Dummy","address":{"address":1},"driverArgs":{},"further":)" +
+           std::string( depth - 1, '[' ) + std::string( depth - 1, ']' ) + "}";
+}
+
+TEST( Nesting, ADescriptionDeeperThanTheLimitIsNoJson ) {
+    Drivers::DriverArgs args;
+    EXPECT_TRUE( args.parseJSON( nestedDescription( 512 ).c_str() ) );
+    FakeHost::instance().traces.clear();
+    Drivers::DriverArgs untouched;
+    EXPECT_FALSE( untouched.parseJSON( nestedDescription( 50000 ).c_str() ) );
+    EXPECT_EQ( untouched.driver, "" );
+    // 76 characters stand before the first of the 511 brackets that there is room for.
+    EXPECT_EQ( FakeHost::instance().traces,
+               ( Traces{ { 0, "failed to load device from json: Terminate parsing due to Handler "
+                              "error. offset 587" } } ) );
+}
+
+TEST( Nesting, InsertDriverArgRefusesADescriptionDeeperThanTheLimit ) {
+    char *out = nullptr;
+    ASSERT_TRUE( Drivers::insertDriverArg( nestedDescription( 512 ).c_str(), &out, "a", "b" ) );
+    std::free( out );
+    out = nullptr;
+    FakeHost::instance().traces.clear();
+    EXPECT_FALSE( Drivers::insertDriverArg( nestedDescription( 50000 ).c_str(), &out, "a", "b" ) );
+    EXPECT_EQ( out, nullptr );
+    EXPECT_EQ(
+        FakeHost::instance().traces,
+        ( Traces{ { 0, "failed to parse psu devArgs: Terminate parsing due to Handler error. "
+                       "offset 587" } } ) );
+}
+
+TEST( InsertDriverArg, CopiesALargeObjectWithoutRunningOutOfTheMemorySetAside ) {
+    std::string text = R"({"driverArgs":{"a":0)";
+    for ( int i = 0; i < 5000; ++i ) {
+        text += R"(,"":0)";
+    }
+    text += "}}";
+    char *out = nullptr;
+    ASSERT_TRUE( Drivers::insertDriverArg( text.c_str(), &out, "name", "value" ) );
+    EXPECT_EQ( std::string( out ), text.substr( 0, text.size() - 2 ) + R"(,"name":"value"}})" );
+    std::free( out );
+}
+
 } // namespace

@@ -6,6 +6,7 @@
 
 #include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/DriverFactory.h"
+#include "OrvanGeneric/NotImplementedException.h"
 #include "OrvanGeneric/Topology.h"
 #include "tests/support/FakeHost.h"
 
@@ -200,6 +201,55 @@ TEST_F( MultiSlotTest, AMissingIdAborts ) {
     EXPECT_DEATH( pl_slot_add( R"({"did":1,"driver":"MultiSlot","isMultiDevice":true,
                                    "address":{"address":0},"multiDeviceArgs":{}})" ),
                   "it != args.driverArgs.end\\(\\)" );
+}
+
+TEST_F( MultiSlotTest, APartThatIsNotUtf8BecomesANullEntryWithTheTraceThatCame ) {
+    pl_slot *slot = pl_slot_add(
+        bay( member( "a", part( 10, "caf\xE9" ) ) + "," + member( "b", part( 11, "pmbus" ) ) )
+            .c_str() );
+    ASSERT_NE( slot, nullptr );
+    EXPECT_TRUE( FakeHost::instance().traced(
+        0, "failed to write psu devArgs: Invalid encoding in string." ) );
+    EXPECT_TRUE( FakeHost::instance().traced( 0, "Failed to add slot 1 subdevice with key='a'" ) );
+    EXPECT_EQ( parts.count( 10 ), 0u );
+    const auto *bay =
+        dynamic_cast<Component::MultiDevice *>( Component::DeviceBase::devices.at( 1 ) );
+    ASSERT_EQ( bay->slots.size(), 2u );
+    EXPECT_EQ( bay->slots[ 0 ], nullptr );
+    EXPECT_NE( bay->slots[ 1 ], nullptr );
+    parts.at( 11 )->status = PL_STATUS_OK;
+    EXPECT_EQ( presence( slot, &text_ ), PL_STATUS_OK );
+    EXPECT_EQ( text_, "pmbus" );
+}
+
+TEST_F( MultiSlotTest, APartThatThrowsLeavesTheDescriptionsAsTheyWere ) {
+    const std::string noSlot = R"({\"did\":12,\"driver\":\"Dummy\",\"provideHam\":0,)"
+                               R"(\"address\":{\"address\":1},\"driverArgs\":{}})";
+    EXPECT_THROW( pl_slot_add( bay( member( "a", noSlot ) ).c_str() ),
+                  Component::NotImplementedException );
+    auto *bay = dynamic_cast<Component::MultiDevice *>( Component::DeviceBase::devices.at( 1 ) );
+    ASSERT_NE( bay, nullptr );
+    EXPECT_EQ(
+        bay->deviceDriverArgs.at( "a" ),
+        R"({"did":12,"driver":"Dummy","provideHam":0,"address":{"address":1},"driverArgs":{}})" );
+    // Nor does it count as being made any longer.
+    EXPECT_THROW( pl_slot_add( this->bay( member( "a", noSlot ) ).c_str() ),
+                  Component::NotImplementedException );
+}
+
+TEST_F( MultiSlotTest, APartThatIsTheBayItselfAbortsAndIsNamed ) {
+    EXPECT_DEATH( pl_slot_add( bay( member( "a", part( 1, "x" ) ) ).c_str() ),
+                  "OrvanGeneric/Drivers/MultiSlot.*`device 1 is no part of itself'" );
+}
+
+TEST_F( MultiSlotTest, TwoBaysThatArePartsOfEachOtherAbort ) {
+    const std::string other = R"({\"did\":2,\"driver\":\"MultiSlot\",\"isMultiDevice\":true,)"
+                              R"(\"address\":{\"address\":0},\"driverArgs\":{},)"
+                              R"(\"multiDeviceArgs\":{\"b\":\"{\\\"did\\\":1,)"
+                              R"(\\\"driver\\\":\\\"Part\\\",\\\"address\\\":{\\\"address\\\":0},)"
+                              R"(\\\"driverArgs\\\":{}}\"}})";
+    EXPECT_DEATH( pl_slot_add( bay( member( "a", other ) ).c_str() ),
+                  "device 1 is no part of itself" );
 }
 
 } // namespace

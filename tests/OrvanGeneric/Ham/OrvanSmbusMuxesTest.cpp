@@ -299,4 +299,23 @@ TEST( OrvanSmbusMux, WithoutAHamIsABrokenInvariant ) {
     EXPECT_DEATH( ham->init(), "`ham'" );
 }
 
+TEST_F( SmbusMuxes, AMuxChipOnItsOwnChannelAbortsAndIsNamed ) {
+    load( R"([ { "type": "I2C", "ham": "OrvanSmbus", "id": 1, "muxes": [ { "did": 70, "busses": [
+        { "id": 1, "devices": [ { "did": 2 },
+                                { "did": 70, "driver": "PCA9548",
+                                  "address": { "address": 112 } } ] } ] } ] } ])" );
+    EXPECT_DEATH( create( device( 2 ) ),
+                  "OrvanGeneric/Ham/OrvanSmbusVisitors.*`mux device 70 is not behind itself'" );
+    EXPECT_DEATH( create( device( 70 ) ), "`mux device 70 is not behind itself'" );
+}
+
+TEST_F( SmbusMuxes, TwoMuxesBehindEachOtherAbort ) {
+    load( R"([ { "type": "I2C", "ham": "OrvanSmbus", "id": 1, "muxes": [
+        { "did": 70, "busses": [ { "id": 1, "devices": [
+            { "did": 71, "driver": "PCA9548", "address": { "address": 113 } } ] } ] },
+        { "did": 71, "busses": [ { "id": 1, "devices": [
+            { "did": 70, "driver": "PCA9548", "address": { "address": 112 } } ] } ] } ] } ])" );
+    EXPECT_DEATH( create( device( 71 ) ), "`mux device 70 is not behind itself'" );
+}
+
 } // namespace

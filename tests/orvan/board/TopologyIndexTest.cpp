@@ -24,7 +24,7 @@ std::string problemsOf( const std::string &text ) {
     return Loaded( text ).problems.text();
 }
 
-/** An I2C medium that is bus 0, with @p rest behind its id. */
+/** An I2C medium that is bus 0, with @p rest after its id. */
 std::string bus( const std::string &rest ) {
     return R"([{"type":"I2C","ham":"OrvanSmbus","id":0,)" + rest + "}]";
 }

@@ -45,7 +45,7 @@ TEST( BoardConnections, InputFollowsTheOutputOfWhicheverChipIsThere ) {
     EXPECT_EQ( level(), 0 ) << "nobody drives it";
     test.chip( "other" ).plug( true );
     EXPECT_EQ( level(), 1 );
-    // Off by the bus, which the line tells of at once.
+    // Off by the bus, which the line shows immediately.
     test.run( TransactionBuilder().write( testBus.at( 0x58 ), 0x01, bytes( 0 ) ) );
     EXPECT_EQ( level(), 0 );
 }

@@ -320,6 +320,10 @@ TEST_F( MirePsuPCA9555Test, SecondBeaconChangesNothing ) {
     expectSecondBeaconChangesNothing( led( "1" ).get(), host_, ham_ );
 }
 
+TEST_F( MirePsuPCA9555Test, SecondBeaconArmsATimerThatTheHostRefused ) {
+    expectSecondBeaconArmsATimerThatTheHostRefused( led( "1" ).get(), host_ );
+}
+
 TEST_F( MirePsuPCA9555Test, AnyOtherSettingStopsTheBlinking ) {
     expectAnyOtherSettingStopsTheBlinking( led( "1" ).get(), ham_ );
 }

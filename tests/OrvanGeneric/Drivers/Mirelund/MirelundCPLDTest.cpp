@@ -323,7 +323,7 @@ TEST_F( MirelundCPLDTest, EachQsfpPortWritesResetAndLowPowerModeInOneWordEach ) 
 TEST_F( MirelundCPLDTest, WriteChangesThePolledCopyAndCostsOneWordWrite ) {
     start();
     poll16( 0x1234, 0, 0, 0 );
-    ham_.words[ 1 ] = 0; // changed behind the driver's back: the cached copy counts
+    ham_.words[ 1 ] = 0; // changed without the driver: the cached copy counts
     const auto port = sfp( 1 );
     EXPECT_EQ( port->setTxDisable( 1 ), PL_STATUS_OK );
     EXPECT_EQ( ham_.log, ( Log{ "prepare", "write16 0x01 0x3452", "execute" } ) );

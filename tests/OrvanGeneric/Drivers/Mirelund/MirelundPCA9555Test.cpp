@@ -267,6 +267,10 @@ TEST_F( MirelundPCA9555Test, SecondBeaconKeepsTheOneRegistration ) {
     expectSecondBeaconChangesNothing( led( "1" ).get(), host_, ham_ );
 }
 
+TEST_F( MirelundPCA9555Test, SecondBeaconArmsATimerThatTheHostRefused ) {
+    expectSecondBeaconArmsATimerThatTheHostRefused( led( "1" ).get(), host_ );
+}
+
 TEST_F( MirelundPCA9555Test, AnyOtherSettingStopsTheBlinking ) {
     expectAnyOtherSettingStopsTheBlinking( led( "1" ).get(), ham_ );
 }

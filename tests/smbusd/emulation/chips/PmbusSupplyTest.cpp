@@ -19,7 +19,7 @@ constexpr test::Place place = testBus.at( 0x58 );
 
 const std::string named = R"("model": "DPS550AB6A", "serial": "GTVD1615001656")";
 
-/** A supply of 550 W that loses 8 %; its fans take their speed at once. */
+/** A supply of 550 W that loses 8 %; its fans take their speed immediately. */
 const std::string usual = named + R"(,
     "fans": [ { "maxRpm": 16000 }, { "maxRpm": 20000, "unit": "rpm" } ],
     "temperatures": [ { "rise": 30 }, { "rise": 55 } ])";
@@ -203,7 +203,7 @@ TEST_F( PmbusSupply, WhatTheMasterDoesWrongIsAFaultOfCommunication ) {
     EXPECT_EQ( word( STATUS_WORD ), 0x0002u );
     EXPECT_FALSE( write( READ_VIN, bytes( 1, 2 ) ) );
     EXPECT_EQ( byte( STATUS_CML ), 0xC0u );
-    // 0x7F would be the packet error code behind 0xB0 0x3B 0x19 0x00.
+    // 0x7F would be the packet error code after 0xB0 0x3B 0x19 0x00.
     EXPECT_FALSE( write( FAN_COMMAND_1, bytes( 0x19, 0, 0x7E ) ) );
     EXPECT_EQ( byte( STATUS_CML ), 0xE0u );
     EXPECT_EQ( word( FAN_COMMAND_1 ), 0xE320u );

@@ -22,7 +22,7 @@ std::string withOptions( const std::string &options ) {
                                  options + " }" );
 }
 
-/** Two fans and two temperatures; the fans take their speed at once. */
+/** Two fans and two temperatures; the fans take their speed immediately. */
 const std::string quick = R"("fans": [ { "maxRpm": 20000 }, { "maxRpm": 10000 } ],
     "temperatures": { "32": { "name": "inlet" }, "36": { "name": "asic", "rise": 40 } })";
 /** The same fans, a second from the way to their speed. */
