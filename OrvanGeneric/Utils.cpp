@@ -15,4 +15,10 @@ bool inSimulation() {
 
 OperatingSystem os = { ::clock_gettime, ::sleep, ::usleep };
 
+int64_t monotonicMilliseconds() {
+    timespec now;
+    os.clockGettime( CLOCK_MONOTONIC, &now );
+    return static_cast<int64_t>( now.tv_sec ) * 1000 + now.tv_nsec / 1000000;
+}
+
 } // namespace Utils

@@ -56,4 +56,7 @@ struct OperatingSystem {
 /** What the library uses; at first the system's own. */
 extern OperatingSystem os;
 
+/** The monotonic clock in milliseconds. */
+int64_t monotonicMilliseconds();
+
 } // namespace Utils

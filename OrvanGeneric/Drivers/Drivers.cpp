@@ -2,7 +2,6 @@
 
 #include <cassert>
 #include <cerrno>
-#include <charconv>
 #include <cstdlib>
 #include <cstring>
 
@@ -11,42 +10,12 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include "OrvanGeneric/Drivers/ArgText.h"
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/JsonText.h"
 #include "OrvanGeneric/Topology.h"
 
 namespace Drivers {
-
-namespace {
-
-/** An argument's value as text. An integer of more than 32 bits becomes the empty text. */
-std::string argText( const rapidjson::Value &value ) {
-    if ( value.IsInt() ) {
-        return std::to_string( value.GetInt() );
-    }
-    if ( value.IsUint() ) {
-        return std::to_string( value.GetUint() );
-    }
-    if ( value.IsString() ) {
-        return std::string( value.GetString(), value.GetStringLength() );
-    }
-    if ( value.IsDouble() ) {
-        char text[ 32 ];
-        constexpr int significantDigits = 6;
-        const auto end = std::to_chars( text, text + sizeof( text ), value.GetDouble(),
-                                        std::chars_format::general, significantDigits );
-        return std::string( text, end.ptr );
-    }
-    if ( value.IsFalse() ) {
-        return "false";
-    }
-    if ( value.IsTrue() ) {
-        return "true";
-    }
-    return std::string();
-}
-
-} // namespace
 
 bool DriverArgs::parseJSON( const char *text ) {
     Json::ParsedText json( text );

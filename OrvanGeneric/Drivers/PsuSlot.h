@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
@@ -28,7 +29,14 @@ namespace Drivers {
  * - ipmitool: a command that takes "ipmiId";
  * - ipmitool_raw: a command that takes "ipmiRawModel" and "ipmiRawSerialNumber";
  * - wedge: a bit that tells of a supply that needs no name;
- * - tlv: a TlvInfo EEPROM.
+ * - tlv: a TlvInfo EEPROM. An offset beyond 255 reaches the chip as its low byte. The length's two
+ *   bytes count as signed characters: with a low byte of 0x80 or more the area ends 256 bytes early,
+ *   and where it would end before it begins it is read on to 64 KiB, field by field (up to 22,000
+ *   transactions for one query).
+ *
+ * A serial number or model ends at its first NUL, which EEPROMs fill fields with. A command has
+ * neither the host's standard input nor its standard error; after one that was killed (10 s) none is
+ * run for 5 s, and the supply counts as not present.
  */
 class PsuSlot : public Component::HardwareDevice {
   public:
@@ -93,6 +101,8 @@ class PsuSlot : public Component::HardwareDevice {
         bool allowInvalidCommonHeaderChecksum_;
         bool identifiable_ = true; ///< the keys that the type needs are there
         std::string command_;      ///< of the two ipmitool types
+        /** When the command was last killed, monotonic milliseconds; none once it may run again. */
+        std::optional<int64_t> commandTimedOutAt_;
         std::map<std::string, FormatFdl> models_;
         std::string cachedSerial_;
         std::string cachedModel_;

@@ -10,18 +10,26 @@
 #include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/Shell.h"
 #include "OrvanGeneric/Status.h"
+#include "OrvanGeneric/Utils.h"
 
 namespace Drivers {
 
 namespace {
 
+/** @p text up to its first NUL: EEPROMs fill the rest of a field with those. */
+std::string untilNul( const std::string &text ) {
+    return text.substr( 0, text.find( '\0' ) );
+}
+
 /** A block as read byte by byte: its length, then its characters. */
 std::string blockText( const std::string &block ) {
-    return block.empty() ? std::string() : trim( block.substr( 1 ) );
+    return block.empty() ? std::string() : trim( untilNul( block.substr( 1 ) ) );
 }
 
 /** How long a management controller may take to answer. */
 constexpr unsigned int commandSeconds = 10;
+/** How long one that did not is left alone: a query would cost the host's thread the limit again. */
+constexpr int64_t commandBackOff = 5000; // milliseconds
 
 /** What stands after @p key in the first line of @p output that begins with it. */
 std::string answerOf( std::string_view output, std::string_view key ) {
@@ -83,8 +91,8 @@ pl_status PsuSlot::Slot::readSerialAndModelIpmi( std::string &serial, std::strin
     }
     FruReader reader( device_->ham(), psuIndex_, allowInvalidCommonHeaderChecksum_ );
     const pl_status status = reader.read( serial, model );
-    serial = trim( serial );
-    model = trim( model );
+    serial = trim( untilNul( serial ) );
+    model = trim( untilNul( model ) );
     return status;
 }
 
@@ -92,8 +100,19 @@ pl_status PsuSlot::Slot::readSerialAndModelIpmitool( std::string &serial, std::s
     if ( !identifiable_ ) {
         return PL_STATUS_NOT_PRESENT;
     }
+    if ( commandTimedOutAt_ &&
+         Utils::monotonicMilliseconds() - *commandTimedOutAt_ < commandBackOff ) {
+        return PL_STATUS_TRANSPORT;
+    }
+    commandTimedOutAt_.reset();
+    // The host's terminal is not the command's: nobody answers it, and nobody reads its complaints.
+    const std::string line = command_ + " </dev/null 2>/dev/null";
     std::string output;
-    const pl_status status = runCmd( command_.c_str(), output, commandSeconds );
+    const pl_status status = runCmd( line.c_str(), output, commandSeconds );
+    if ( status == PL_STATUS_TRANSPORT ) {
+        TRACE( 0, "Error: psuSlot ipmi command took longer than %u s", commandSeconds );
+        commandTimedOutAt_ = Utils::monotonicMilliseconds();
+    }
     if ( status == PL_STATUS_OK ) {
         model = answerOf( output, "ModelNumber=" );
         serial = answerOf( output, "SerialNumber=" );
@@ -116,7 +135,10 @@ pl_status PsuSlot::Slot::readSerialAndModelWedge( std::string &serial, std::stri
 }
 
 pl_status PsuSlot::Slot::readSerialAndModelTlv( std::string &serial, std::string &model ) {
-    return readTlvInfo( device_->ham(), serial, model );
+    const pl_status status = readTlvInfo( device_->ham(), serial, model );
+    serial = untilNul( serial );
+    model = untilNul( model );
+    return status;
 }
 
 } // namespace Drivers

@@ -14,10 +14,16 @@ namespace Drivers {
 
 namespace {
 
-constexpr int microsecondsPerMillisecond = 1000;
+constexpr unsigned microsecondsPerMillisecond = 1000;
 
 /** What the host's buffer for block reads must hold, as its header demands. */
 constexpr size_t blockReadBufferSize = 255;
+
+/** The pause that a description asks for in milliseconds; a product beyond 32 bits wraps around. */
+int pauseOf( const DriverArgs &args, const char *name ) {
+    const auto milliseconds = static_cast<unsigned>( intArg( args, name, 0 ) );
+    return static_cast<int>( milliseconds * microsecondsPerMillisecond );
+}
 
 pl_status pauseAfter( int status, int microseconds ) {
     if ( microseconds ) {
@@ -36,8 +42,8 @@ Component::HardwareDevice *SmbusProxyDriver::create( const DriverArgs &, Ham::Ha
 }
 
 Component::LogicalDevice::SmbusProxy *SmbusProxyDriver::newSmbusProxy( const DriverArgs &args ) {
-    const int readDelay = intArg( args, "localReadDelayMs", 0 ) * microsecondsPerMillisecond;
-    const int writeDelay = intArg( args, "localWriteDelayMs", 0 ) * microsecondsPerMillisecond;
+    const int readDelay = pauseOf( args, "localReadDelayMs" );
+    const int writeDelay = pauseOf( args, "localWriteDelayMs" );
     TRACE( 0, "setting read delay of %d useconds\n", readDelay );
     TRACE( 0, "setting write delay of %d useconds\n", writeDelay );
     return new SmbusProxy( this, readDelay, writeDelay );

@@ -25,12 +25,6 @@ constexpr const char *builtinFru = "Builtin FRU Device";
 constexpr const char *backToFront = "backToFrontAirflow";
 constexpr const char *frontToBack = "frontToBackAirflow";
 
-int64_t milliseconds() {
-    timespec now;
-    Utils::os.clockGettime( CLOCK_MONOTONIC, &now );
-    return static_cast<int64_t>( now.tv_sec ) * 1000 + now.tv_nsec / 1000000;
-}
-
 /** Whether a list may show this name in place of a longer one that begins with it. */
 bool mayBeCut( const std::string &name ) {
     return name.size() >= listedNameLength;
@@ -105,7 +99,7 @@ std::string IpmitoolHam::airflowId( const std::string &name ) {
 }
 
 void IpmitoolHam::refresh( const std::string &name ) {
-    const int64_t now = milliseconds();
+    const int64_t now = Utils::monotonicMilliseconds();
     if ( !finishedAt_ ||
          ( status == 0 ? now - *finishedAt_ > cacheAge_ : now - *finishedAt_ >= backOff_ ) ) {
         refreshSensors();
@@ -232,7 +226,7 @@ void IpmitoolHam::refreshFrus() {
     for ( const auto &[ name, data ] : list.frus ) {
         frus.emplace( upperCase( name ), data );
     }
-    frusAt_ = milliseconds();
+    frusAt_ = Utils::monotonicMilliseconds();
 }
 
 bool IpmitoolHam::run( const std::string &arguments, std::string &output ) const {
@@ -247,7 +241,7 @@ bool IpmitoolHam::run( const std::string &arguments, std::string &output ) const
 
 void IpmitoolHam::finish( bool good ) {
     status = good ? PL_STATUS_OK : PL_STATUS_TRANSPORT;
-    finishedAt_ = milliseconds();
+    finishedAt_ = Utils::monotonicMilliseconds();
 }
 
 } // namespace Ham

@@ -1,10 +1,10 @@
 #include "orvan/board/DescriptionCheck.h"
 
 #include <cstring>
-#include <sstream>
 
 #include <fmt/core.h>
 
+#include "OrvanGeneric/Drivers/ArgText.h"
 #include "orvan/json/Schema.h"
 
 namespace orvan {
@@ -21,24 +21,6 @@ constexpr const char *anyDriver = "Dummy"; // what a device without a driver nam
 
 constexpr const char *knownHams[] = { "OrvanSmbus", "SimHam" };
 
-std::string argText( const Value &value ) {
-    if ( value.IsInt() ) {
-        return std::to_string( value.GetInt() );
-    }
-    if ( value.IsUint() ) {
-        return std::to_string( value.GetUint() );
-    }
-    if ( value.IsString() ) {
-        return value.GetString();
-    }
-    if ( value.IsDouble() ) {
-        std::ostringstream stream;
-        stream << value.GetDouble();
-        return stream.str();
-    }
-    return value.IsBool() ? ( value.GetBool() ? "true" : "false" ) : "";
-}
-
 std::string argPointer( const std::string &pointer, const char *name ) {
     return common::pointerTo( common::pointerTo( pointer, "driverArgs" ), name );
 }
@@ -50,7 +32,7 @@ ArgTexts argTexts( const Value &description ) {
     const auto it = description.FindMember( "driverArgs" );
     if ( it != description.MemberEnd() && it->value.IsObject() ) {
         for ( const auto &member : it->value.GetObject() ) {
-            texts[ member.name.GetString() ] = argText( member.value );
+            texts[ member.name.GetString() ] = Drivers::argText( member.value );
         }
     }
     return texts;
@@ -105,18 +87,18 @@ void DescriptionCheck::argumentError( const Subject &subject, const char *name,
     }
 }
 
-void DescriptionCheck::arguments( const Subject &subject, std::span<const ArgRule> rules ) {
-    for ( const ArgRule &rule : rules ) {
-        if ( !rule.applies( subject.args ) ) {
+void DescriptionCheck::arguments( const Subject &subject, std::span<const Argument> rules ) {
+    for ( const Argument &rule : rules ) {
+        if ( !applies( rule.condition, subject.args ) ) {
             continue;
         }
         const auto it = subject.args.find( rule.name );
         if ( it == subject.args.end() ) {
             if ( rule.required ) {
-                argumentError( subject, rule.name, rule.expected() );
+                argumentError( subject, rule.name, expected( rule ) );
             }
-        } else if ( !rule.accepts( it->second ) ) {
-            argumentError( subject, rule.name, rule.expected() );
+        } else if ( !accepts( rule, it->second ) ) {
+            argumentError( subject, rule.name, expected( rule ) );
         } else if ( rule.type == ArgType::DeviceLabel ) {
             referenced( subject.file, nullptr, argPointer( subject.pointer, rule.name ), it->second,
                         nullptr );
@@ -124,25 +106,26 @@ void DescriptionCheck::arguments( const Subject &subject, std::span<const ArgRul
     }
 }
 
-void DescriptionCheck::numberedModels( const Subject &subject ) {
-    static constexpr ArgRule model{ "", true, ArgType::Text };
-    static constexpr ArgRule fdl{ "", true, ArgType::Template, 0, 0, "serialNum" };
+/** Sets of arguments that are counted from 1; each set is whole, and the first of it ends the count. */
+void DescriptionCheck::numbered( const Subject &subject, std::span<const Argument> rules ) {
+    if ( rules.empty() ) {
+        return;
+    }
     for ( int number = 1;; ++number ) {
-        const std::string modelKey = fmt::format( "model_{}", number );
-        const std::string fdlKey = fmt::format( "psuFdl_{}", number );
-        const auto modelArg = subject.args.find( modelKey );
-        const auto fdlArg = subject.args.find( fdlKey );
-        if ( modelArg == subject.args.end() ) {
-            if ( fdlArg != subject.args.end() ) {
-                argumentError( subject, modelKey.c_str(), model.expected() );
+        const std::string first = fmt::format( "{}{}", rules.front().name, number );
+        const bool more = subject.args.count( first ) != 0;
+        for ( const Argument &rule : rules ) {
+            const std::string name = fmt::format( "{}{}", rule.name, number );
+            const auto it = subject.args.find( name );
+            const bool given = it != subject.args.end();
+            if ( more && ( !given || !accepts( rule, it->second ) ) ) {
+                argumentError( subject, name.c_str(), expected( rule ) );
+            } else if ( !more && given ) {
+                argumentError( subject, first.c_str(), expected( rules.front() ) );
             }
+        }
+        if ( !more ) {
             return;
-        }
-        if ( !model.accepts( modelArg->second ) ) {
-            argumentError( subject, modelKey.c_str(), model.expected() );
-        }
-        if ( fdlArg == subject.args.end() || !fdl.accepts( fdlArg->second ) ) {
-            argumentError( subject, fdlKey.c_str(), fdl.expected() );
         }
     }
 }
@@ -166,7 +149,7 @@ const DriverRow *DescriptionCheck::referencedDriver( const DevicePlace &device,
             expected = fmt::format( "\"{}\", since {} uses this device", wantedDriver, pointer );
         }
     } else {
-        const ServiceRow *lines = driver->serviceRow( Service::Gpio );
+        const ServiceRow *lines = serviceRow( *driver, Service::Gpio );
         if ( !lines || std::strcmp( lines->args.front().name, "register" ) != 0 ) {
             expected = fmt::format( "a driver whose lines are given by register and bit, since {} "
                                     "uses one",
@@ -236,7 +219,7 @@ bool DescriptionCheck::sharesDriver( const Subject &subject, uint32_t did, const
 void DescriptionCheck::place( const Subject &subject, const DriverRow &driver ) {
     const Value &value = subject.value;
     if ( value.HasMember( "provideHam" ) && value[ "provideHam" ].GetUint() == 0 ) {
-        if ( !( driver.traits & NeedsNoHam ) ) {
+        if ( !( driver.traits & Drivers::Table::NeedsNoHam ) ) {
             problems_.error(
                 subject.file.name, common::pointerTo( subject.pointer, "provideHam" ),
                 &value[ "provideHam" ],
@@ -244,7 +227,7 @@ void DescriptionCheck::place( const Subject &subject, const DriverRow &driver ) 
         }
         return;
     }
-    if ( driver.traits & IsMultiDevice ) {
+    if ( driver.traits & Drivers::Table::IsMultiDevice ) {
         return;
     }
     const char *key = value.HasMember( "uid" ) ? "uid" : "did";
@@ -283,7 +266,7 @@ const DriverRow *DescriptionCheck::wantedDriver( const Subject &subject, Service
                          "a driver of the library: " + driverNames() );
         return nullptr;
     }
-    if ( !driver->serviceRow( service ) ) {
+    if ( !serviceRow( *driver, service ) ) {
         problems_.error( subject.file.name, driverPointer, &value[ "driver" ],
                          fmt::format( "a driver that makes {}: {}", serviceName( service ),
                                       driverNames( service ) ) );
@@ -300,7 +283,7 @@ void DescriptionCheck::check( const Subject &subject, Service service ) {
     const Value &value = subject.value;
     const bool multiDevice =
         value.HasMember( "isMultiDevice" ) && value[ "isMultiDevice" ].IsTrue();
-    if ( multiDevice != static_cast<bool>( driver->traits & IsMultiDevice ) ) {
+    if ( multiDevice != static_cast<bool>( driver->traits & Drivers::Table::IsMultiDevice ) ) {
         problems_.error(
             subject.file.name, common::pointerTo( subject.pointer, "isMultiDevice" ),
             multiDevice ? &value[ "isMultiDevice" ] : nullptr,
@@ -309,17 +292,16 @@ void DescriptionCheck::check( const Subject &subject, Service service ) {
     }
     place( subject, *driver );
     const auto type = subject.args.find( "type" );
-    const bool gpioOnly = ( driver->traits & GpioTypeOffersNone ) && type != subject.args.end() &&
-                          type->second == "gpio";
+    const bool gpioOnly = ( driver->traits & Drivers::Table::GpioTypeOffersNone ) &&
+                          type != subject.args.end() && type->second == "gpio";
     if ( !sharesDriver( subject, value[ "did" ].GetUint(), *driver, gpioOnly, service ) ) {
         return;
     }
     arguments( subject, driver->creation );
-    arguments( subject, driver->serviceRow( service )->args );
-    if ( ( driver->traits & NumberedModels ) && service == Service::Slot ) {
-        numberedModels( subject );
-    }
-    if ( driver->traits & ReadsPsuExpander ) {
+    const ServiceRow *row = serviceRow( *driver, service );
+    arguments( subject, row->args );
+    numbered( subject, row->numbered );
+    if ( driver->traits & Drivers::Table::ReadsPsuExpander ) {
         referenced( subject.file, &value[ "driver" ],
                     common::pointerTo( subject.pointer, "driver" ), psuExpander,
                     psuExpanderDriver );
@@ -377,7 +359,7 @@ void DescriptionCheck::labelled( const JsonFile &file, const Value &value,
     place( { topologyFile_, *device->object, device->pointer, {} }, driver );
     sharesDriver( { file, value, pointer, {} }, device->did, driver, false, Service::SmbusProxy );
     arguments( { topologyFile_, *device->object, device->pointer, argTexts( *device->object ) },
-               driver.serviceRow( Service::SmbusProxy )->args );
+               serviceRow( driver, Service::SmbusProxy )->args );
 }
 
 void DescriptionCheck::system( const JsonFile &file, const std::string &pointer ) {

@@ -7,13 +7,10 @@
 #include <map>
 #include <string>
 
-#include "orvan/board/DriverTable.h"
+#include "orvan/board/DriverRules.h"
 #include "orvan/board/TopologyIndex.h"
 
 namespace orvan {
-
-/** The arguments of a description as the library reads them: every value as text. */
-using ArgTexts = std::map<std::string, std::string>;
 
 /**
  * Converts the "driverArgs" of @p description: numbers, true and false become their texts, anything else
@@ -70,8 +67,8 @@ class DescriptionCheck {
     };
 
     void check( const Subject &subject, Service service );
-    void arguments( const Subject &subject, std::span<const ArgRule> rules );
-    void numberedModels( const Subject &subject );
+    void arguments( const Subject &subject, std::span<const Argument> rules );
+    void numbered( const Subject &subject, std::span<const Argument> rules );
     void place( const Subject &subject, const DriverRow &driver );
     void nested( const Subject &subject );
     bool sharesDriver( const Subject &subject, uint32_t did, const DriverRow &driver, bool gpioOnly,

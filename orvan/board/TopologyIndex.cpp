@@ -7,7 +7,7 @@
 
 #include <fmt/core.h>
 
-#include "orvan/board/DriverTable.h"
+#include "orvan/board/DriverRules.h"
 #include "orvan/json/Schema.h"
 
 namespace orvan {
@@ -248,7 +248,7 @@ struct TopologyIndex::Builder {
             return;
         }
         const DriverRow *driver = findDriver( ( *chip->object )[ "driver" ].GetString() );
-        if ( !driver || !driver->serviceRow( Service::Mux ) ) {
+        if ( !driver || !serviceRow( *driver, Service::Mux ) ) {
             error( common::pointerTo( chip->pointer, "driver" ), ( *chip->object )[ "driver" ],
                    "a mux driver, since " + pointer +
                        " is this chip: " + driverNames( Service::Mux ) );

@@ -89,7 +89,7 @@ constexpr Setting settings[] = { { "rpm", "revolutions per minute, or 0% to 100%
 
 std::span<const Setting> settingsOf( const Peripheral &peripheral ) {
     const DriverRow *driver = findDriver( peripheral.description->driver );
-    if ( driver && ( driver->traits & FansReadOnly ) ) {
+    if ( driver && ( driver->traits & Drivers::Table::FansReadOnly ) ) {
         return {};
     }
     return settings;

@@ -72,8 +72,8 @@ class Loader {
     }
 
     void loadBus( const JsonView &json ) {
-        json.expectObject(
-            { "name", "description", "master", "pci", "accelerator", "bus", "adapter", "chips" } );
+        json.expectObject( { "name", "description", "master", "pci", "accelerator", "bus",
+                             "adapter", "force", "chips" } );
         const std::string name = newName( json );
         const BusKey key = readKey( json );
         if ( hardware_.findBus( key ) != nullptr ) {
@@ -85,15 +85,36 @@ class Loader {
         if ( adapter.has_value() == chips.has_value() ) {
             json.fail( "either \"chips\" (an emulated bus) or \"adapter\" (a kernel adapter)" );
         }
+        const auto force = json.find( "force" );
+        if ( force && !adapter ) {
+            force->fail(
+                "no \"force\" on an emulated bus: no driver of the kernel uses its chips" );
+        }
         if ( adapter ) {
-            const std::string device = adapter->text();
-            if ( !device.starts_with( '/' ) ) {
-                adapter->fail( "a device file such as \"/dev/i2c-1\"" );
-            }
-            hardware_.addBus( adapterBus_( name, key, device ) );
+            loadAdapter( *adapter, name, key, force && force->boolean() );
         } else {
             loadChips( *chips, hardware_.addVirtualBus( name, key ).root() );
         }
+    }
+
+    void loadAdapter( const JsonView &json, const std::string &name, const BusKey &key,
+                      bool force ) {
+        AdapterSpec spec = readAdapterSpec( json );
+        spec.force = force;
+        const auto taken = [ &json ]( const std::string &by ) {
+            json.fail( fmt::format( "an adapter that no other bus has ({})", by ) );
+        };
+        for ( const auto &[ other, bus ] : adapters_ ) {
+            if ( other.sameWords( spec ) ) {
+                taken( fmt::format( "bus \"{}\" has it", bus ) );
+            }
+        }
+        try {
+            hardware_.addBus( adapterBus_( name, key, spec ) );
+        } catch ( const AdapterTaken &error ) {
+            taken( error.what() );
+        }
+        adapters_.emplace_back( spec, name );
     }
 
     static BusKey readKey( const JsonView &json ) {
@@ -250,6 +271,7 @@ class Loader {
     const std::string &folder_;
     const AdapterBusFactory &adapterBus_;
     std::set<std::string> names_;
+    std::vector<std::pair<AdapterSpec, std::string>> adapters_; ///< and the buses that they are
 };
 
 } // namespace

@@ -4,7 +4,7 @@
 
 #include <fmt/format.h>
 
-#include "smbusd/emulation/Pec.h"
+#include "smbusd/bus/Pec.h"
 
 namespace smbusd {
 

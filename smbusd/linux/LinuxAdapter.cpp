@@ -1,167 +1,229 @@
 #include "smbusd/linux/LinuxAdapter.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
-#include <fcntl.h>
-#include <linux/i2c-dev.h>
-#include <linux/i2c.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
+#include <optional>
 #include <vector>
-
-extern "C" {
-#include <i2c/smbus.h>
-}
 
 #include <fmt/format.h>
 
-namespace smbusd {
+#include "smbusd/linux/AdapterFailure.h"
 
-/**
- * ENXIO is a missing acknowledge of an address, EREMOTEIO one of any byte. Only a receive byte sends
- * nothing but its address, so only there EREMOTEIO means that nothing has happened. A process call
- * may fail with either after its data has reached the device.
- */
-Result adapterFailure( const Operation &operation, int error ) {
-    const std::string detail = std::strerror( error );
-    const bool oneByte = operation.kind == Operation::Kind::ReceiveByte;
-    const bool calls = operation.kind == Operation::Kind::ProcessCall;
-    switch ( error ) {
-    case ENXIO:
-        return calls ? Result{ Outcome::ReadAddressNack, {}, "no acknowledge: " + detail }
-                     : Result{ Outcome::AddressNack };
-    case EREMOTEIO:
-        return oneByte ? Result{ Outcome::AddressNack }
-                       : Result{ Outcome::DataNack, {}, "no acknowledge: " + detail };
-    case EAGAIN:
-        return { Outcome::ArbitrationLost };
-    case ETIMEDOUT:
-        return { Outcome::TimedOut, {}, "timed out: " + detail };
-    case EBADMSG:
-        return { Outcome::BadPec };
-    case EPROTO:
-        return { Outcome::BadBlock };
-    case EBUSY:
-        return { Outcome::Failed, {}, "a driver of the kernel uses the device: " + detail };
-    default:
-        return { Outcome::Failed, {}, detail };
-    }
-}
+namespace smbusd {
 
 namespace {
 
+using Kind = Operation::Kind;
+
+/** What the kernel knows an operation as. */
+struct KernelOperation {
+    Kind kind;
+    unsigned long function; ///< that the adapter must have, of I2C_FUNC_*
+    char direction;         ///< I2C_SMBUS_READ or I2C_SMBUS_WRITE
+    int size;               ///< its kind, of I2C_SMBUS_*
+};
+
+constexpr std::array<KernelOperation, 11> kernelOperations = { {
+    { Kind::ReceiveByte, I2C_FUNC_SMBUS_READ_BYTE, I2C_SMBUS_READ, I2C_SMBUS_BYTE },
+    { Kind::ReadByte, I2C_FUNC_SMBUS_READ_BYTE_DATA, I2C_SMBUS_READ, I2C_SMBUS_BYTE_DATA },
+    { Kind::ReadWord, I2C_FUNC_SMBUS_READ_WORD_DATA, I2C_SMBUS_READ, I2C_SMBUS_WORD_DATA },
+    { Kind::I2cBlockRead, I2C_FUNC_SMBUS_READ_I2C_BLOCK, I2C_SMBUS_READ, I2C_SMBUS_I2C_BLOCK_DATA },
+    { Kind::SendByte, I2C_FUNC_SMBUS_WRITE_BYTE, I2C_SMBUS_WRITE, I2C_SMBUS_BYTE },
+    { Kind::WriteByte, I2C_FUNC_SMBUS_WRITE_BYTE_DATA, I2C_SMBUS_WRITE, I2C_SMBUS_BYTE_DATA },
+    { Kind::WriteWord, I2C_FUNC_SMBUS_WRITE_WORD_DATA, I2C_SMBUS_WRITE, I2C_SMBUS_WORD_DATA },
+    { Kind::I2cBlockWrite, I2C_FUNC_SMBUS_WRITE_I2C_BLOCK, I2C_SMBUS_WRITE,
+      I2C_SMBUS_I2C_BLOCK_DATA },
+    { Kind::ProcessCall, I2C_FUNC_SMBUS_PROC_CALL, I2C_SMBUS_WRITE, I2C_SMBUS_PROC_CALL },
+    { Kind::BlockRead, I2C_FUNC_SMBUS_READ_BLOCK_DATA, I2C_SMBUS_READ, I2C_SMBUS_BLOCK_DATA },
+    { Kind::BlockWrite, I2C_FUNC_SMBUS_WRITE_BLOCK_DATA, I2C_SMBUS_WRITE, I2C_SMBUS_BLOCK_DATA },
+} };
+
+const KernelOperation &kernelOperation( Kind kind ) {
+    return *std::find_if( kernelOperations.begin(), kernelOperations.end(),
+                          [ kind ]( const KernelOperation &row ) { return row.kind == kind; } );
+}
+
+bool isI2cBlock( const Operation &operation ) {
+    return operation.kind == Kind::I2cBlockRead || operation.kind == Kind::I2cBlockWrite;
+}
+
+/** Whether plain I2C messages are needed: long blocks and registers of several bytes. */
+bool needsMessages( const Operation &operation ) {
+    return ( isI2cBlock( operation ) && operation.length > I2C_SMBUS_BLOCK_MAX ) ||
+           ( operation.hasRegister() && operation.registerSize > 1 );
+}
+
+Result refused( std::string why ) {
+    return { Outcome::Failed, {}, std::move( why ) };
+}
+
+uint8_t byteAt( std::string_view data, size_t index ) {
+    return static_cast<uint8_t>( data[ index ] );
+}
+
 class LinuxAdapter : public AdapterAccess {
   public:
-    explicit LinuxAdapter( std::string device ) : device_( std::move( device ) ) {}
-    ~LinuxAdapter() override { close(); }
+    LinuxAdapter( std::unique_ptr<AdapterHold> hold, std::shared_ptr<const KernelCalls> kernel )
+        : hold_( std::move( hold ) ), kernel_( std::move( kernel ) ) {}
 
     Result perform( const Operation &operation ) override {
-        if ( fd_ < 0 ) {
-            fd_ = ::open( device_.c_str(), O_RDWR | O_CLOEXEC );
-            if ( fd_ < 0 ) {
-                return {
-                    Outcome::Failed, {}, fmt::format( "{}: {}", device_, std::strerror( errno ) ) };
-            }
+        if ( const std::string why = neverPossible( operation ); !why.empty() ) {
+            return refused( why );
         }
-        errno = 0;
-        Result result = plain( operation ) ? performRaw( operation ) : performSmbus( operation );
-        if ( result.outcome == Outcome::Failed && errno == ENODEV ) {
-            close(); // the adapter is gone; it may come back under the same name
+        const auto adapter = hold_->open();
+        if ( !adapter ) {
+            return refused( hold_->why() );
         }
-        return result;
+        if ( auto failure = prepare( operation, adapter->fd() ) ) {
+            return std::move( *failure );
+        }
+        return needsMessages( operation ) ? performMessages( operation, adapter->fd() )
+                                          : performSmbus( operation, adapter->fd() );
     }
+
+    std::string takeNotice() override { return hold_->takeNotice(); }
 
   private:
-    void close() {
-        if ( fd_ >= 0 ) {
-            ::close( fd_ );
-            fd_ = -1;
+    /** What no adapter can do through the kernel; empty if there may be one that can. */
+    static std::string neverPossible( const Operation &operation ) {
+        if ( !needsMessages( operation ) ) {
+            return {};
         }
+        if ( operation.usesPec() || operation.kind == Kind::BlockRead ) {
+            return fmt::format( "the kernel does a {}{} only with a register of 1 byte",
+                                kindName( operation.kind ),
+                                operation.usesPec() ? " with a packet error code" : "" );
+        }
+        const bool writes = !operation.reads();
+        const uint32_t limit = longestMessage - ( writes ? operation.registerSize : 0 );
+        if ( operation.length > limit ) {
+            return fmt::format( "a kernel adapter {} at most {} bytes{}, not {}",
+                                writes ? "writes" : "reads", limit,
+                                writes ? " behind the register" : "", operation.length );
+        }
+        return {};
     }
 
-    /** Whether plain I2C messages are needed: long blocks and registers of several bytes. */
-    static bool plain( const Operation &operation ) {
-        const bool i2cBlock = operation.kind == Operation::Kind::I2cBlockRead ||
-                              operation.kind == Operation::Kind::I2cBlockWrite;
-        return ( i2cBlock && operation.length > I2C_SMBUS_BLOCK_MAX ) ||
-               ( operation.hasRegister() && operation.registerSize > 1 );
-    }
-
-    Result performSmbus( const Operation &operation ) {
-        if ( ::ioctl( fd_, I2C_SLAVE, static_cast<unsigned long>( operation.address ) ) < 0 ||
-             ::ioctl( fd_, I2C_PEC, operation.usesPec() ? 1ul : 0ul ) < 0 ) {
+    /** Makes sure that the adapter can do it and that the device is free. @return what is against it */
+    std::optional<Result> prepare( const Operation &operation, int fd ) {
+        unsigned long functions = 0;
+        if ( kernel_->functions( fd, &functions ) < 0 ) {
             return adapterFailure( operation, errno );
         }
-        using Kind = Operation::Kind;
-        const auto reg = static_cast<__u8>( operation.reg );
-        const auto *data = reinterpret_cast<const __u8 *>( operation.data.data() );
-        const auto length = static_cast<__u8>( operation.length );
-        const auto word = [ data ] { return static_cast<__u16>( data[ 0 ] | data[ 1 ] << 8 ); };
-        std::array<__u8, I2C_SMBUS_BLOCK_MAX> block{};
-        __s32 result = -1;
+        const std::string lacking = lacks( operation, functions );
+        if ( !lacking.empty() ) {
+            return refused(
+                fmt::format( "the adapter {} offers no {}", hold_->describe(), lacking ) );
+        }
+        if ( kernel_->set( fd, hold_->force() ? I2C_SLAVE_FORCE : I2C_SLAVE, operation.address ) <
+             0 ) {
+            return errno == EBUSY ? held( operation ) : adapterFailure( operation, errno );
+        }
+        if ( operation.usesPec() && kernel_->set( fd, I2C_PEC, 1 ) < 0 ) {
+            return adapterFailure( operation, errno );
+        }
+        return std::nullopt;
+    }
+
+    /** What the operation needs and the adapter has not got; empty if it has all. */
+    static std::string lacks( const Operation &operation, unsigned long functions ) {
+        if ( needsMessages( operation ) ) {
+            if ( ( functions & I2C_FUNC_I2C ) != 0 ) {
+                return {};
+            }
+            const bool longBlock = isI2cBlock( operation ) && operation.registerSize == 1;
+            return "plain I2C messages, which " +
+                   ( longBlock
+                         ? fmt::format( "an I2C block of {} bytes needs", operation.length )
+                         : fmt::format( "a register of {} bytes needs", operation.registerSize ) );
+        }
+        if ( ( functions & kernelOperation( operation.kind ).function ) == 0 ) {
+            return std::string( kindName( operation.kind ) );
+        }
+        return operation.usesPec() && ( functions & I2C_FUNC_SMBUS_PEC ) == 0 ? "packet error codes"
+                                                                              : "";
+    }
+
+    Result held( const Operation &operation ) const {
+        const std::string driver =
+            AdapterDirectory( kernel_->sysfs ).driverOf( hold_->number(), operation.address );
+        return refused( fmt::format( "the kernel's driver {}uses the device: {}; the bus would "
+                                     "need \"force\": true",
+                                     driver.empty() ? "" : driver + " ", errorText( EBUSY ) ) );
+    }
+
+    Result performSmbus( const Operation &operation, int fd ) {
+        const KernelOperation &row = kernelOperation( operation.kind );
+        i2c_smbus_data data{};
+        fill( data, operation );
+        const __s32 error = kernel_->smbus( fd, row.direction, static_cast<__u8>( operation.reg ),
+                                            row.size, &data );
+        if ( error < 0 ) {
+            return adapterFailure( operation, -error );
+        }
+        return operation.reads() ? taken( data, operation ) : Result{};
+    }
+
+    /** What goes to the kernel along with the register. */
+    static void fill( i2c_smbus_data &data, const Operation &operation ) {
         switch ( operation.kind ) {
-        case Kind::ReceiveByte:
-            return bytes( operation, i2c_smbus_read_byte( fd_ ), 1 );
-        case Kind::ReadByte:
-            return bytes( operation, i2c_smbus_read_byte_data( fd_, reg ), 1 );
-        case Kind::ReadWord:
-            return bytes( operation, i2c_smbus_read_word_data( fd_, reg ), 2 );
-        case Kind::ProcessCall:
-            return bytes( operation, i2c_smbus_process_call( fd_, reg, word() ), 2 );
-        case Kind::I2cBlockRead:
-            return blockOf(
-                operation, i2c_smbus_read_i2c_block_data( fd_, reg, length, block.data() ), block );
-        case Kind::BlockRead:
-            return blockOf( operation, i2c_smbus_read_block_data( fd_, reg, block.data() ), block );
-        case Kind::SendByte:
-            result = i2c_smbus_write_byte( fd_, reg );
-            break;
         case Kind::WriteByte:
-            result = i2c_smbus_write_byte_data( fd_, reg, data[ 0 ] );
+            data.byte = byteAt( operation.data, 0 );
             break;
         case Kind::WriteWord:
-            result = i2c_smbus_write_word_data( fd_, reg, word() );
+        case Kind::ProcessCall:
+            data.word = static_cast<__u16>( byteAt( operation.data, 0 ) |
+                                            byteAt( operation.data, 1 ) << 8 );
             break;
+        case Kind::I2cBlockRead:
         case Kind::I2cBlockWrite:
-            result = i2c_smbus_write_i2c_block_data( fd_, reg, length, data );
-            break;
         case Kind::BlockWrite:
-            result = i2c_smbus_write_block_data( fd_, reg, length, data );
+            data.block[ 0 ] = static_cast<__u8>( operation.length );
+            std::copy( operation.data.begin(), operation.data.end(), data.block + 1 );
+            break;
+        default:
             break;
         }
-        return result < 0 ? adapterFailure( operation, errno ) : Result{};
     }
 
-    static Result bytes( const Operation &operation, __s32 value, unsigned count ) {
-        if ( value < 0 ) {
-            return adapterFailure( operation, errno );
+    /** What came from the kernel. */
+    static Result taken( const i2c_smbus_data &data, const Operation &operation ) {
+        const auto word = [ &data ]( unsigned shift ) {
+            return static_cast<char>( data.word >> shift & 0xFF );
+        };
+        switch ( operation.kind ) {
+        case Kind::ReceiveByte:
+        case Kind::ReadByte:
+            return { Outcome::Done, std::string( 1, static_cast<char>( data.byte ) ), {} };
+        case Kind::ReadWord:
+        case Kind::ProcessCall:
+            return { Outcome::Done, { word( 0 ), word( 8 ) }, {} };
+        default:
+            return takenBlock( data, operation );
         }
-        Result result;
-        for ( unsigned i = 0; i < count; i++ ) {
-            result.data.push_back( static_cast<char>( value >> ( 8 * i ) & 0xFF ) );
-        }
-        return result;
     }
 
-    static Result blockOf( const Operation &operation, __s32 count,
-                           const std::array<__u8, I2C_SMBUS_BLOCK_MAX> &block ) {
-        if ( count < 0 ) {
-            return adapterFailure( operation, errno );
+    static Result takenBlock( const i2c_smbus_data &data, const Operation &operation ) {
+        const unsigned count = data.block[ 0 ];
+        if ( operation.kind == Kind::I2cBlockRead && count != operation.length ) {
+            return {
+                Outcome::BadBlock,
+                {},
+                fmt::format( "{} bytes were asked for and {} came", operation.length, count ) };
         }
-        const auto size = std::min( static_cast<size_t>( count ), block.size() );
-        return { Outcome::Done, std::string( block.begin(), block.begin() + size ), {} };
+        if ( count == 0 || count > I2C_SMBUS_BLOCK_MAX ) {
+            return { Outcome::BadBlock, {}, fmt::format( "block count out of range: {}", count ) };
+        }
+        return { Outcome::Done, std::string( data.block + 1, data.block + 1 + count ), {} };
     }
 
-    Result performRaw( const Operation &operation ) {
-        if ( operation.usesPec() || operation.kind == Operation::Kind::BlockRead ) {
-            return { Outcome::Failed, {}, "the kernel does this only with a one-byte register" };
-        }
+    Result performMessages( const Operation &operation, int fd ) {
         std::vector<__u8> out;
         for ( unsigned left = operation.registerSize; left > 0; left-- ) {
             out.push_back( static_cast<__u8>( operation.reg >> ( 8 * ( left - 1 ) ) ) );
         }
-        if ( operation.kind == Operation::Kind::BlockWrite ) {
+        if ( operation.kind == Kind::BlockWrite ) {
             out.push_back( static_cast<__u8>( operation.length ) );
         }
         out.insert( out.end(), operation.data.begin(), operation.data.end() );
@@ -175,21 +237,27 @@ class LinuxAdapter : public AdapterAccess {
         messages[ 1 ].flags = I2C_M_RD;
         messages[ 1 ].len = static_cast<__u16>( in.size() );
         messages[ 1 ].buf = reinterpret_cast<__u8 *>( in.data() );
-        i2c_rdwr_ioctl_data transfer{ messages.data(), operation.reads() ? 2u : 1u };
-        if ( ::ioctl( fd_, I2C_RDWR, &transfer ) < 0 ) {
+        const unsigned wanted = operation.reads() ? 2 : 1;
+        i2c_rdwr_ioctl_data transfer{ messages.data(), wanted };
+        const int done = kernel_->messages( fd, &transfer );
+        if ( done < 0 ) {
             return adapterFailure( operation, errno );
+        }
+        if ( static_cast<unsigned>( done ) != wanted ) {
+            return refused( fmt::format( "{} of {} messages went through", done, wanted ) );
         }
         return { Outcome::Done, std::move( in ), {} };
     }
 
-    std::string device_;
-    int fd_ = -1;
+    std::unique_ptr<AdapterHold> hold_;
+    std::shared_ptr<const KernelCalls> kernel_;
 };
 
 } // namespace
 
-std::unique_ptr<AdapterAccess> openAdapter( std::string device ) {
-    return std::make_unique<LinuxAdapter>( std::move( device ) );
+std::unique_ptr<AdapterAccess> makeLinuxAdapter( std::unique_ptr<AdapterHold> hold,
+                                                 std::shared_ptr<const KernelCalls> kernel ) {
+    return std::make_unique<LinuxAdapter>( std::move( hold ), std::move( kernel ) );
 }
 
 } // namespace smbusd

@@ -1,106 +1,101 @@
 #include "smbusd/linux/LinuxBus.h"
 
-#include <asio/post.hpp>
-#include <asio/thread_pool.hpp>
+#include <utility>
 
-#include "smbusd/bus/WireTrace.h"
+#include "smbusd/linux/AdapterHold.h"
+#include "smbusd/linux/BlockingWorker.h"
+#include "smbusd/linux/LinuxTrace.h"
 
 namespace smbusd {
 
 namespace {
 
+/** An operation with its data: an adapter that hangs may outlive the request. */
+class OwnedOperation {
+  public:
+    explicit OwnedOperation( const Operation &operation )
+        : data_( operation.data ), operation_( operation ) {
+        operation_.data = data_;
+    }
+    OwnedOperation( const OwnedOperation & ) = delete;
+    OwnedOperation &operator=( const OwnedOperation & ) = delete;
+
+    const Operation &get() const { return operation_; }
+
+  private:
+    std::string data_;
+    Operation operation_;
+};
+
 class LinuxBus : public Bus {
   public:
-    LinuxBus( std::string name, BusKey key, std::string device,
-              std::unique_ptr<AdapterAccess> access, Scheduler &scheduler )
-        : Bus( std::move( name ), key ), device_( std::move( device ) ),
-          access_( std::move( access ) ), scheduler_( scheduler ) {}
-    ~LinuxBus() override { worker_.join(); }
+    LinuxBus( LinuxBusParts parts, Scheduler &scheduler, Log &log )
+        : Bus( std::move( parts.name ), parts.key ), adapter_( std::move( parts.adapter ) ),
+          access_( std::move( parts.access ) ), patience_( parts.patience ),
+          scheduler_( scheduler ), log_( log ) {}
 
-    std::string backend() const override { return device_; }
+    ~LinuxBus() override {
+        if ( !worker_.end( patience_ ) ) {
+            log_.warning( "bus \"{}\": an operation on {} does not end; it is left to the kernel",
+                          name(), adapter_ );
+        }
+    }
+
+    std::string backend() const override { return adapter_; }
     const std::string &trace() const override { return trace_; }
 
     void execute( const Operation &operation, Completion completion ) override {
-        asio::post( worker_, [ this, &operation, completion = std::move( completion ) ] {
-            Result result = access_->perform( operation );
-            scheduler_.post( [ this, &operation, completion, result = std::move( result ) ] {
-                count( result );
-                trace_ = traceOf( operation, result );
-                completion( result );
-            } );
+        // The other thread holds nothing but this operation and the adapter: it may be left behind.
+        const auto owned = std::make_shared<const OwnedOperation>( operation );
+        completion_ = std::move( completion );
+        worker_.post( [ this, access = access_, owned ]() -> std::function<void()> {
+            Result result = access->perform( owned->get() );
+            return [ this, owned, result = std::move( result ), notice = access->takeNotice() ] {
+                scheduler_.post( [ this, owned, result, notice ] {
+                    completed( owned->get(), result, notice );
+                } );
+            };
         } );
     }
 
   private:
-    void count( const Result &result ) {
+    void completed( const Operation &operation, const Result &result, const std::string &notice ) {
+        if ( !notice.empty() ) {
+            log_.info( "bus \"{}\": {}", name(), notice );
+        }
         counters.operations++;
         counters.errors += result.outcome == Outcome::Done ? 0 : 1;
+        trace_ = linuxTrace( operation, result );
+        const Completion completion = std::exchange( completion_, {} );
+        completion( result );
     }
 
-    /** What must have been on the wire; the adapter does not show it. */
-    static std::string traceOf( const Operation &operation, const Result &result );
-
-    std::string device_;
-    std::unique_ptr<AdapterAccess> access_;
+    std::string adapter_;
+    std::shared_ptr<AdapterAccess> access_;
+    std::chrono::milliseconds patience_;
     Scheduler &scheduler_;
+    Log &log_;
     std::string trace_;
-    asio::thread_pool worker_{ 1 };
+    Completion completion_; ///< of the operation that is under way
+    BlockingWorker worker_;
 };
-
-std::string LinuxBus::traceOf( const Operation &operation, const Result &result ) {
-    WireTrace trace;
-    if ( result.outcome != Outcome::Done ) {
-        trace.start( operation.address, operation.kind == Operation::Kind::ReceiveByte, false );
-        trace.note( result.text().c_str() );
-        return trace.text();
-    }
-    const auto send = [ &trace ]( uint32_t byte ) {
-        trace.byte( static_cast<uint8_t>( byte ) );
-        trace.acknowledge( true );
-    };
-    if ( operation.kind != Operation::Kind::ReceiveByte ) {
-        trace.start( operation.address, false, false );
-        trace.acknowledge( true );
-        const unsigned size = operation.hasRegister() ? operation.registerSize : 1;
-        for ( unsigned left = size; left > 0; left-- ) {
-            send( operation.reg >> ( 8 * ( left - 1 ) ) );
-        }
-        if ( operation.kind == Operation::Kind::BlockWrite ) {
-            send( operation.length );
-        }
-        for ( const char byte : operation.data ) {
-            send( static_cast<uint8_t>( byte ) );
-        }
-    }
-    if ( operation.reads() ) {
-        trace.start( operation.address, true, operation.kind != Operation::Kind::ReceiveByte );
-        trace.acknowledge( true );
-        if ( operation.kind == Operation::Kind::BlockRead ) {
-            send( static_cast<uint32_t>( result.data.size() ) );
-        }
-        for ( size_t i = 0; i < result.data.size(); i++ ) {
-            trace.byte( static_cast<uint8_t>( result.data[ i ] ) );
-            trace.acknowledge( i + 1 < result.data.size() );
-        }
-    }
-    trace.stop();
-    return trace.text();
-}
 
 } // namespace
 
-std::unique_ptr<Bus> makeLinuxBus( std::string name, const BusKey &key, std::string device,
-                                   std::unique_ptr<AdapterAccess> access, Scheduler &scheduler ) {
-    return std::make_unique<LinuxBus>( std::move( name ), key, std::move( device ),
-                                       std::move( access ), scheduler );
+std::unique_ptr<Bus> makeLinuxBus( LinuxBusParts parts, Scheduler &scheduler, Log &log ) {
+    return std::make_unique<LinuxBus>( std::move( parts ), scheduler, log );
 }
 
-AdapterBusFactory linuxBusFactory( Scheduler &scheduler, Log &log ) {
-    return [ &scheduler, &log ]( std::string name, const BusKey &key, std::string device ) {
-        log.debug( "bus \"{}\" is {}", name, device );
-        auto access = openAdapter( device );
-        return makeLinuxBus( std::move( name ), key, std::move( device ), std::move( access ),
-                             scheduler );
+AdapterBusFactory linuxBusFactory( Scheduler &scheduler, Log &log,
+                                   std::shared_ptr<const KernelCalls> kernel ) {
+    return [ &scheduler, &log, kernel = std::move( kernel ),
+             claims = std::make_shared<AdapterClaims>() ]( std::string name, const BusKey &key,
+                                                           const AdapterSpec &spec ) {
+        auto hold = std::make_unique<AdapterHold>( spec, name, kernel, claims );
+        log.debug( "bus \"{}\" is {}", name, hold->describe() );
+        auto access = makeLinuxAdapter( std::move( hold ), kernel );
+        return makeLinuxBus( { std::move( name ), key, spec.describe(), std::move( access ) },
+                             scheduler, log );
     };
 }
 

@@ -507,11 +507,13 @@ TEST( TopologyNesting, BeyondTheLimitIsAParseErrorAndChangesNothing ) {
 TEST( TopologyNesting, MuxesBehindMuxesAreTakenUpToTheLimit ) {
     // The list, the medium, and for each mux a list, itself, a list, and its bus.
     const auto text = []( int muxes ) {
-        std::string inner = R"({"id":1})";
+        std::string begin, end;
         for ( int i = 0; i < muxes; ++i ) {
-            inner = R"({"id":1,"muxes":[{"did":7,"busses":[)" + inner + "]}]}";
+            begin += R"("muxes":[{"did":7,"busses":[{"id":1,)";
+            end += "}]}]";
         }
-        return R"([{"type":"I2C","ham":"SimHam",)" + inner.substr( 1 ) + "]";
+        return R"([{"type":"I2C","ham":"SimHam","id":1,)" + begin + R"("label":"last")" + end +
+               "}]";
     };
     EXPECT_EQ( load( text( 127 ) ), PL_STATUS_OK );
     EXPECT_EQ( load( text( 128 ) ), PL_STATUS_INVALID );

@@ -142,12 +142,6 @@ std::string Bench::told( int status, double value ) {
     return fmt::format( "{} {}", status, value );
 }
 
-bool Bench::isAbortToCheck() {
-    static uint64_t seen = 0;
-    ++seen;
-    return seen <= 32 || seen % 256 == 0;
-}
-
 void Bench::checkThatAborts( const std::function<void()> &real, const std::string &assertion ) {
     int ends[ 2 ];
     if ( pipe( ends ) != 0 ) {
@@ -259,9 +253,8 @@ void runInStep( const std::function<std::unique_ptr<Life>( Bench & )> &makeLife 
         spoiled += bench.spoiled;
         aborting += bench.aborting;
     }
-    fmt::print( "{}: {} steps in {} lives, {} under faults, {} left out because they abort\n",
-                testing::UnitTest::GetInstance()->current_test_info()->name(), done, lives, spoiled,
-                aborting );
+    fmt::print( "{} steps in {} lives, {} under faults, {} left out because they abort\n", done,
+                lives, spoiled, aborting );
     EXPECT_GE( spoiled, done / 100 );
 }
 

@@ -71,8 +71,7 @@ class Bench {
         } catch ( const WouldAbort &abort ) {
             model = modelBefore;
             world = worldBefore;
-            ++aborting;
-            if ( isAbortToCheck() ) {
+            if ( aborting++ % abortsPerCheck == 0 ) {
                 checkThatAborts( real, abort.assertion );
             }
             faults_.clear();
@@ -109,8 +108,8 @@ class Bench {
             return std::string( "throws " ) + error.what();
         }
     }
-    /** The first ones of a process, then a few: a child process takes as long as many steps. */
-    static bool isAbortToCheck();
+    static constexpr unsigned abortsPerCheck = 16;
+
     void checkThatAborts( const std::function<void()> &real, const std::string &assertion );
     void begin( const std::string &what );
     void beginReal();

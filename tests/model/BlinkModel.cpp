@@ -17,8 +17,21 @@ void BlinkModel::notify( int led ) {
         throw WouldAbort{ "blinkTimer_" };
     }
     list_.push_back( led );
-    if ( list_.size() == 1 ) {
-        world_->timerSet( timer_ );
+    if ( list_.size() == 1 || refused_ ) {
+        arm();
+    }
+}
+
+void BlinkModel::arm() {
+    refused_ = world_->timerSet( timer_ ) != 0;
+    if ( refused_ ) {
+        world_->trace( 0, "failed to arm led blink timer" );
+    }
+}
+
+void BlinkModel::beaconAgain() {
+    if ( refused_ ) {
+        arm();
     }
 }
 
@@ -40,7 +53,7 @@ void BlinkModel::expire( const std::function<bool( int led, bool phase )> &show 
         }
     }
     if ( !list_.empty() ) {
-        world_->timerSet( timer_ );
+        arm();
     }
     phase_ = !phase_;
 }

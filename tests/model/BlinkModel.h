@@ -16,6 +16,8 @@ class BlinkModel {
 
     void create();
     void notify( int led );
+    /** An LED that blinks already is told to: a timer that the host refused to arm is armed again. */
+    void beaconAgain();
     /** Takes every entry of an LED off the list. */
     void forget( int led );
     /** The timer expires; @p show shows a phase on an LED and tells whether it stays. */
@@ -26,9 +28,12 @@ class BlinkModel {
     const std::vector<int> &listed() const { return list_; }
 
   private:
+    void arm();
+
     World *world_;
     uint32_t timer_;
     bool phase_;
+    bool refused_ = false; ///< the host did not take the last arming
     std::vector<int> list_;
 };
 

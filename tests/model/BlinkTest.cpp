@@ -61,7 +61,10 @@ class BlinkLife : public Life {
 
     void step() override {
         const int led = bench_.random.between( 0, 4 );
-        switch ( bench_.random.below( 5 ) ) {
+        bench_.world.refuseTimerSet = bench_.random.oneIn( 20 );
+        switch ( bench_.random.below( 6 ) ) {
+        case 5:
+            return beaconAgain();
         case 0:
         case 1:
             return notify( led );
@@ -72,6 +75,7 @@ class BlinkLife : public Life {
         }
     }
     void end() override {
+        bench_.world.refuseTimerSet = false;
         for ( int led = 0; led < 5; ++led ) {
             forget( led );
         }
@@ -90,6 +94,22 @@ class BlinkLife : public Life {
             },
             [ & ] {
                 model_.notify( led );
+                return 0;
+            } );
+    }
+
+    void beaconAgain() {
+        if ( model_.listed().empty() ) {
+            return;
+        }
+        bench_.act(
+            "keepBlinkTimerRunning()",
+            [ & ] {
+                Led::keepBlinkTimerRunning();
+                return 0;
+            },
+            [ & ] {
+                model_.beaconAgain();
                 return 0;
             } );
     }

@@ -92,7 +92,7 @@ class EmersonLife : public Life {
     }
 
     void addPsu() {
-        static auto &all = *new std::vector<logical::Psu *>; // a supply cannot be deleted
+        static std::vector<logical::Psu *> all; // a supply cannot be deleted
         bench_.act(
             "newPsu",
             [ & ] {

@@ -66,8 +66,9 @@ class ExpanderLife : public Life {
     }
 
     void save() {
-        bench_.act(
-            "save()", [ & ] { return driver_.save(); }, [ & ] { return model_.save(); } );
+        bench_.both(
+            "save()", [ & ] { return fmt::format( "{:d}", driver_.save() ); },
+            [ & ] { return fmt::format( "{}", model_.save() ); } );
     }
 
     void writeConfig() {
@@ -75,18 +76,23 @@ class ExpanderLife : public Life {
         for ( uint8_t &byte : config ) {
             byte = bench_.random.byte();
         }
-        bench_.act(
-            "writeConfig()", [ & ] { return driver_.writeConfig( config.data() ); },
-            [ & ] { return model_.writeConfig( config ); } );
+        bench_.both(
+            "writeConfig()",
+            [ & ] { return fmt::format( "{:d}", driver_.writeConfig( config.data() ) ); },
+            [ & ] { return fmt::format( "{}", model_.writeConfig( config ) ); } );
     }
 
     template <class Real, class Modelled>
     void getBank( Real real, Modelled modelled ) {
         const uint8_t n = bank();
-        bench_.get(
-            fmt::format( "get bank {}", n ), uint8_t{ 0xA5 },
-            [ & ]( uint8_t *value ) { return ( driver_.*real )( n, value ); },
-            [ & ]( uint8_t *value ) { return ( model_.*modelled )( n, value ); } );
+        uint8_t got = 0xA5;
+        uint8_t expected = 0xA5;
+        bench_.both(
+            fmt::format( "get bank {}", n ),
+            [ & ] { return fmt::format( "{:d} {}", ( driver_.*real )( n, &got ), got ); },
+            [ & ] {
+                return fmt::format( "{} {}", ( model_.*modelled )( n, &expected ), expected );
+            } );
     }
 
     void readBit() {
@@ -94,12 +100,19 @@ class ExpanderLife : public Life {
         const uint8_t bit = bench_.random.byte() & 7;
         const auto pin = static_cast<uint8_t>( n * 8 + bit );
         const bool byPin = bench_.random.oneIn( 2 );
-        bench_.get(
-            fmt::format( "readBit( {}, {} )", n, bit ), bench_.random.oneIn( 2 ),
-            [ & ]( bool *value ) {
-                return byPin ? driver_.readBit( pin, value ) : driver_.readBit( n, bit, value );
+        bool got = bench_.random.oneIn( 2 );
+        bool expected = got;
+        bench_.both(
+            fmt::format( "readBit( {}, {} )", n, bit ),
+            [ & ] {
+                const int status =
+                    byPin ? driver_.readBit( pin, &got ) : driver_.readBit( n, bit, &got );
+                return fmt::format( "{} {}", status, got );
             },
-            [ & ]( bool *value ) { return model_.readPin( pin, value ); } );
+            [ & ] {
+                const int status = model_.readPin( pin, &expected );
+                return fmt::format( "{} {}", status, expected );
+            } );
     }
 
     void writeBit() {
@@ -108,12 +121,13 @@ class ExpanderLife : public Life {
         const auto pin = static_cast<uint8_t>( n * 8 + bit );
         const bool byPin = bench_.random.oneIn( 2 );
         const bool value = bench_.random.oneIn( 2 );
-        bench_.act(
+        bench_.both(
             fmt::format( "writeBit( {}, {}, {} )", n, bit, value ),
             [ & ] {
-                return byPin ? driver_.writeBit( pin, value ) : driver_.writeBit( n, bit, value );
+                return fmt::format( "{:d}", byPin ? driver_.writeBit( pin, value )
+                                                  : driver_.writeBit( n, bit, value ) );
             },
-            [ & ] { return model_.writePin( pin, value ); } );
+            [ & ] { return fmt::format( "{}", model_.writePin( pin, value ) ); } );
     }
 
     Bench &bench_;

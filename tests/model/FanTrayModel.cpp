@@ -42,6 +42,7 @@ int FanTrayModel::setLight( int led, int setting ) {
     const auto n = static_cast<size_t>( led );
     if ( isBlinking_[ n ] ) {
         if ( setting == beacon ) {
+            blink.beaconAgain();
             return 0;
         }
         blink.forget( led );

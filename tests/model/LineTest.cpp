@@ -58,8 +58,9 @@ class LineLife : public Life {
         case 1:
             return bench_.setByte( setting_.place.chip(), random.below( 256 ), random.byte() );
         case 2:
-            return bench_.act(
-                "init()", [ & ] { return driver_->init(); }, [ & ] { return model_.init(); } );
+            return bench_.both(
+                "init()", [ & ] { return fmt::format( "{}", driver_->init() ); },
+                [ & ] { return fmt::format( "{}", model_.init() ); } );
         default:
             return useLine( static_cast<uint8_t>( random.below( 16 ) ) );
         }
@@ -101,20 +102,30 @@ class LineLife : public Life {
         pl_gpio *line = lines_[ pin ]->record();
         const auto bank = static_cast<uint8_t>( pin / 8 );
         const auto bit = static_cast<uint8_t>( pin % 8 );
+        unsigned got = 0xAAAA;
+        unsigned expected = 0xAAAA;
         switch ( bench_.random.below( 3 ) ) {
         case 0:
-            return bench_.act(
-                fmt::format( "set line {}", pin ), [ & ] { return line->ops->bit_set( line ); },
-                [ & ] { return model_.bitSet( bank, bit ); } );
+            return bench_.both(
+                fmt::format( "set line {}", pin ),
+                [ & ] { return fmt::format( "{:d}", line->ops->bit_set( line ) ); },
+                [ & ] { return fmt::format( "{}", model_.bitSet( bank, bit ) ); } );
         case 1:
-            return bench_.act(
-                fmt::format( "clear line {}", pin ), [ & ] { return line->ops->bit_clear( line ); },
-                [ & ] { return model_.bitClear( bank, bit ); } );
+            return bench_.both(
+                fmt::format( "clear line {}", pin ),
+                [ & ] { return fmt::format( "{:d}", line->ops->bit_clear( line ) ); },
+                [ & ] { return fmt::format( "{}", model_.bitClear( bank, bit ) ); } );
         default:
-            return bench_.get(
-                fmt::format( "read line {}", pin ), 0xAAAAu,
-                [ & ]( unsigned *value ) { return line->ops->bit_read( line, value ); },
-                [ & ]( unsigned *value ) { return model_.bitRead( bank, bit, value ); } );
+            return bench_.both(
+                fmt::format( "read line {}", pin ),
+                [ & ] {
+                    const int status = line->ops->bit_read( line, &got );
+                    return fmt::format( "{} {}", status, got );
+                },
+                [ & ] {
+                    const int status = model_.bitRead( bank, bit, &expected );
+                    return fmt::format( "{} {}", status, expected );
+                } );
         }
     }
 

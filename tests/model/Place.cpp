@@ -117,7 +117,7 @@ Place randomPlace( Random &random ) {
 }
 
 Ham::Ham *realHam( const Place &place ) {
-    static auto &all = *new std::vector<Ham::Ham *>; // nothing deletes a Ham
+    static std::vector<Ham::Ham *> all; // nothing deletes a Ham
     Drivers::DriverArgs args;
     args.did = place.did;
     args.address = place.address;

@@ -129,7 +129,7 @@ class PmbusLife : public Life {
     }
 
     void addPsu() {
-        static auto &all = *new std::vector<logical::Psu *>; // a supply cannot be deleted
+        static std::vector<logical::Psu *> all; // a supply cannot be deleted
         bench_.act(
             "newPsu",
             [ & ] {

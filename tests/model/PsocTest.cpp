@@ -165,13 +165,20 @@ class PsocLife : public Life {
 
     void getTemperature( uint32_t n ) {
         pl_temp_sensor *sensor = realSensors_[ n ]->record();
-        bench_.get(
-            fmt::format( "getTemperature of sensor {}", n ), -77.0f,
-            [ & ]( float *value ) { return sensor->ops->get_temperature( sensor, value ); },
-            [ & ]( float *value ) {
+        float got = -77;
+        float expected = -77;
+        bench_.both(
+            fmt::format( "getTemperature of sensor {}", n ),
+            [ & ] {
+                const int status = sensor->ops->get_temperature( sensor, &got );
+                return fmt::format( "{} {}", status, got );
+            },
+            [ & ] {
                 bench_.world.trace( 4, "getTemperatureCallback(%p)",
                                     static_cast<void *>( sensor ) );
-                return model_.getTemperature( sensors_[ n ].id, sensors_[ n ].reg, value );
+                const int status =
+                    model_.getTemperature( sensors_[ n ].id, sensors_[ n ].reg, &expected );
+                return fmt::format( "{} {}", status, expected );
             } );
     }
 

@@ -28,6 +28,7 @@ int PsuExpanderModel::setLight( int n, int setting ) {
     world_->trace( 6, "Setting PCA9555 led %d to %s", led.index, ledSettingName( setting ) );
     if ( led.isBlinking ) {
         if ( setting == Beacon ) {
+            blink.beaconAgain();
             return 0;
         }
         blink.forget( n );

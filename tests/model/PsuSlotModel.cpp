@@ -20,6 +20,11 @@ std::string trimmed( const std::string &text ) {
     return text.substr( first, text.find_last_not_of( " \t" ) + 1 - first );
 }
 
+/** An identity ends where an EEPROM filled its field up. */
+std::string cut( const std::string &text ) {
+    return text.c_str();
+}
+
 void require( bool condition, const char *assertion ) {
     if ( !condition ) {
         throw WouldAbort{ assertion };
@@ -51,8 +56,8 @@ int PsuSlotModel::readPmbus( Identity *identity ) {
     if ( const int status = ham_.execute() ) {
         return status;
     }
-    identity->model = trimmed( ham_.getBlock( model ).substr( 1 ) );
-    identity->serial = trimmed( ham_.getBlock( serial ).substr( 1 ) );
+    identity->model = trimmed( cut( ham_.getBlock( model ).substr( 1 ) ) );
+    identity->serial = trimmed( cut( ham_.getBlock( serial ).substr( 1 ) ) );
     return 0;
 }
 
@@ -89,7 +94,9 @@ int PsuSlotModel::readTlv( Identity *identity ) {
         }
         offset += 2u + length;
     }
-    return identity->serial.empty() || identity->model.empty() ? 1 : 0;
+    const bool found = !identity->serial.empty() && !identity->model.empty();
+    *identity = { cut( identity->serial ), cut( identity->model ) };
+    return found ? 0 : 1;
 }
 
 int PsuSlotModel::read( Identity *identity ) {

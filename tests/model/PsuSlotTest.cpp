@@ -169,11 +169,15 @@ class PsuSlotLife : public Life {
     }
 
     std::string randomModel() {
-        return bench_.random.of( { "DPS550AB6A", "DPS550AB6A", " DPS550AB6A\t ", "PS-2471-1AZ1-LF",
-                                   "PWR-UNKNOWN", "OTHER", "", "  ", "x" } );
+        return bench_.random.of<std::string>( { "DPS550AB6A", "DPS550AB6A", " DPS550AB6A\t ",
+                                                "PS-2471-1AZ1-LF", "PWR-UNKNOWN", "OTHER", "", "  ",
+                                                "x", std::string( "DPS550AB6A\0\0\0", 13 ),
+                                                std::string( "\0OTHER", 6 ) } );
     }
     std::string randomSerial() {
-        return bench_.random.of( { "GTVD1615001656", "61AZ10101E340DU", "\tA 1 ", "", " ", "7" } );
+        return bench_.random.of<std::string>( { "GTVD1615001656", "61AZ10101E340DU", "\tA 1 ", "",
+                                                " ", "7", std::string( "SN12 \0\0x", 8 ),
+                                                std::string( 1, '\0' ) } );
     }
 
     void plugBlock( uint8_t command, const std::string &text ) {

@@ -5,8 +5,8 @@
 #include <span>
 #include <vector>
 
+#include "smbusd/bus/Pec.h"
 #include "smbusd/emulation/Chip.h"
-#include "smbusd/emulation/Pec.h"
 
 namespace smbusd {
 

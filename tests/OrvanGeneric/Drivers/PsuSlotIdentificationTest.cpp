@@ -29,6 +29,11 @@ TEST_F( PsuSlotIdentificationTest, PmbusReadsTheLengthsAndThenTheBlocks ) {
     EXPECT_EQ( host_.traces, ( Traces{ { 7, "readSerialAndModelPmbus" } } ) );
 }
 
+TEST_F( PsuSlotIdentificationTest, PmbusTextsEndAtTheirFirstNul ) {
+    insert( std::string( "DPS550AB6A \0\0", 13 ), std::string( "SN12\0\0\0", 7 ) );
+    EXPECT_EQ( presence( *slot( slotArguments( "pmbus" ) ) ), "550 W, SN12" );
+}
+
 TEST_F( PsuSlotIdentificationTest, PmbusLengthsCountModulo256 ) {
     const auto made = slot( slotArguments( "pmbus" ) );
     ham_.bytes[ 0x9A ] = 255;
@@ -105,6 +110,18 @@ TEST_F( PsuSlotIdentificationTest, TlvEeprom ) {
     EXPECT_TRUE( host_.traced( 7, "Failed to read PSU info '7' ''" ) );
 }
 
+TEST_F( PsuSlotIdentificationTest, TlvTextsEndAtTheirFirstNul ) {
+    EepromHam eeprom;
+    eeprom.image = std::string( "TlvInfo\0\x01\x00\x15\x22\x0C", 13 ) + "DPS550AB6A" +
+                   std::string( "\0x\x23\x07SN12\0\0\0", 11 );
+    driver_->hamIs( &eeprom );
+    const auto made = slot( slotArguments( "tlv" ) );
+    EXPECT_EQ( presence( *made ), "550 W, SN12" );
+    eeprom.image[ 27 ] = '\0'; // the serial's first character
+    presence( *made, PL_STATUS_NOT_PRESENT );
+    EXPECT_TRUE( host_.traced( 7, "Failed to read PSU info '' 'DPS550AB6A'" ) );
+}
+
 /** A FRU image whose header adds up to one more than zero. */
 const std::string fruImage = std::string( "\x01\x00\x00\x00\x01\x00\x00\xFF\x01\x08\x19", 11 ) +
                              "\xC2"
@@ -126,6 +143,17 @@ TEST_F( PsuSlotIdentificationTest, FruImageWithTheNamesTrimmed ) {
         { { "psuId", "2" }, { "ipmiId", "x" }, { "allowInvalidCommonHeaderChecksum", "true" } } ) );
     EXPECT_EQ( presence( *lenient ), "550 W, 42" );
     EXPECT_TRUE( host_.traced( 0, "PsuSlot1: Common header checksum error" ) );
+}
+
+TEST_F( PsuSlotIdentificationTest, FruTextsEndAtTheirFirstNul ) {
+    EepromHam eeprom;
+    eeprom.image = fruImage;
+    eeprom.image.replace( eeprom.image.find( " 42 " ), 4, std::string( "7 \0x", 4 ) );
+    driver_->hamIs( &eeprom );
+    EXPECT_EQ(
+        presence( *slot( slotArguments(
+            "ipmi", { { "ipmiId", "x" }, { "allowInvalidCommonHeaderChecksum", "true" } } ) ) ),
+        "550 W, 7" );
 }
 
 TEST_F( PsuSlotIdentificationTest, IpmiTypesNeedTheirId ) {
@@ -261,6 +289,44 @@ TEST_F( PsuSlotCommandTest, FailedCommandsDoNotIdentify ) {
     install( "exit 124" ); // as when the time limit struck
     EXPECT_EQ( made->readSerialAndModelIpmitool( serial, model ), PL_STATUS_TRANSPORT );
     presence( *made, PL_STATUS_NOT_PRESENT );
+}
+
+TEST_F( PsuSlotCommandTest, ACommandHasNeitherTheHostsInputNorItsErrorOutput ) {
+    install( "readlink /proc/self/fd/0 >\"$SEEN.in\"; readlink /proc/self/fd/2 >\"$SEEN.err\"\n" +
+             std::string( goodAnswer ) );
+    EXPECT_EQ( presence( *ipmitool() ), "550 W, A7" );
+    for ( const char *name : { "seen.in", "seen.err" } ) {
+        std::ifstream stream( folder_.file( name ) );
+        std::string target;
+        std::getline( stream, target );
+        EXPECT_EQ( target, "/dev/null" ) << name;
+    }
+}
+
+TEST_F( PsuSlotCommandTest, ACommandThatTookTooLongIsLeftAloneForAWhile ) {
+    FakeTime time;
+    const auto made = ipmitool();
+    install( "exit 124" ); // as when the time limit struck
+    presence( *made, PL_STATUS_NOT_PRESENT );
+    EXPECT_TRUE( host_.traced( 0, "Error: psuSlot ipmi command took longer than 10 s" ) );
+    install( goodAnswer );
+    std::filesystem::remove( folder_.file( "seen" ) );
+    FakeTime::now += 4.5;
+    std::string serial, model;
+    EXPECT_EQ( made->readSerialAndModelIpmitool( serial, model ), PL_STATUS_TRANSPORT );
+    presence( *made, PL_STATUS_NOT_PRESENT );
+    EXPECT_TRUE( seenWords().empty() );
+    FakeTime::now += 0.5;
+    EXPECT_EQ( presence( *made ), "550 W, A7" );
+}
+
+TEST_F( PsuSlotCommandTest, ACommandThatFailsOtherwiseIsRunAgainWithTheNextQuery ) {
+    FakeTime time;
+    const auto made = ipmitool();
+    install( "exit 1" );
+    presence( *made, PL_STATUS_NOT_PRESENT );
+    install( goodAnswer );
+    EXPECT_EQ( presence( *made ), "550 W, A7" );
 }
 
 TEST_F( PsuSlotCommandTest, RawTypeNeedsBothCommands ) {

@@ -72,9 +72,12 @@ TEST( HardwareConfig, RefusesWrongBuses ) {
         busMessage( R"({"name":"a","master":"I2C","bus":1})" ),
         "hardware.json: at /buses/0: {\"name\":\"a\",\"master\":\"I2C\",\"bus\":1}; expected "
         "either \"chips\" (an emulated bus) or \"adapter\" (a kernel adapter)" );
-    EXPECT_EQ( busMessage( R"({"name":"a","master":"I2C","bus":1,"adapter":"i2c-1"})" ),
-               "hardware.json: at /buses/0/adapter: \"i2c-1\"; expected a device file such as "
-               "\"/dev/i2c-1\"" );
+    EXPECT_EQ( busMessage( R"({"name":"a","master":"I2C","bus":1,"adapter":""})" ),
+               "hardware.json: at /buses/0/adapter: \"\"; expected a kernel adapter: its number, "
+               "its name as in sysfs, or a device file such as \"/dev/i2c-1\"" );
+    EXPECT_EQ( busMessage( R"({"name":"a","master":"I2C","bus":1,"chips":[],"force":true})" ),
+               "hardware.json: at /buses/0/force: true; expected no \"force\" on an emulated bus: "
+               "no driver of the kernel uses its chips" );
     EXPECT_EQ( busMessage( R"({"name":"a","master":"I2C","bus":1,"chips":[]},
                               {"name":"b","master":"I2C","bus":1,"chips":[]})" ),
                "hardware.json: at /buses/1: "
@@ -185,21 +188,24 @@ TEST( HardwareConfig, RefusesWrongConnections ) {
                place + "input: \"q\"; expected an input of the chip (" );
 }
 
+/** Stands in for the bus of a kernel adapter. */
+struct AdapterBus : smbusd::Bus {
+    using Bus::Bus;
+    std::string backend() const override { return "adapter"; }
+    void execute( const smbusd::Operation &, Completion ) override {}
+    const std::string &trace() const override { return name(); }
+};
+
 TEST( HardwareConfig, RefusesFaultsOfRealHardware ) {
     test::ManualScheduler scheduler;
     smbusd::Log log( smbusd::LogLevel::Error );
     smbusd::Hardware board( scheduler, log );
     std::string device;
-    const auto factory = [ & ]( std::string name, const smbusd::BusKey &key,
-                                std::string wanted ) -> std::unique_ptr<smbusd::Bus> {
-        struct Adapter : smbusd::Bus {
-            using Bus::Bus;
-            std::string backend() const override { return "adapter"; }
-            void execute( const smbusd::Operation &, Completion ) override {}
-            const std::string &trace() const override { return name(); }
-        };
-        device = wanted;
-        return std::make_unique<Adapter>( name, key );
+    const auto factory =
+        [ & ]( std::string name, const smbusd::BusKey &key,
+               const smbusd::AdapterSpec &wanted ) -> std::unique_ptr<smbusd::Bus> {
+        device = wanted.describe();
+        return std::make_unique<AdapterBus>( name, key );
     };
     try {
         smbusd::loadHardwareText(
@@ -214,6 +220,70 @@ TEST( HardwareConfig, RefusesFaultsOfRealHardware ) {
             "faults of its own" );
     }
     EXPECT_EQ( device, "/dev/i2c-7" );
+}
+
+TEST( HardwareConfig, MixesKernelAdaptersAndEmulatedBuses ) {
+    test::ManualScheduler scheduler;
+    smbusd::Log log( smbusd::LogLevel::Error );
+    smbusd::Hardware board( scheduler, log );
+    std::vector<smbusd::AdapterSpec> specs;
+    smbusd::loadHardwareText(
+        R"({ "buses": [
+            { "name": "a", "master": "I2C", "bus": 1, "adapter": 3 },
+            { "name": "b", "master": "I2C", "bus": 2, "adapter": "SMBus I801 adapter at 0700",
+              "force": true },
+            { "name": "c", "master": "I2C", "bus": 3, "chips": [] },
+            { "name": "d", "master": "I2C", "bus": 4, "adapter": "/dev/board-bus",
+              "force": false } ] })",
+        "h.json", ".", board,
+        [ & ]( std::string name, const smbusd::BusKey &key, const smbusd::AdapterSpec &spec ) {
+            specs.push_back( spec );
+            return std::make_unique<AdapterBus>( name, key );
+        } );
+    ASSERT_EQ( specs.size(), 3u );
+    EXPECT_EQ( specs[ 0 ].describe(), "/dev/i2c-3" );
+    EXPECT_FALSE( specs[ 0 ].force );
+    EXPECT_EQ( specs[ 1 ].describe(), "\"SMBus I801 adapter at 0700\"" );
+    EXPECT_TRUE( specs[ 1 ].force );
+    EXPECT_FALSE( specs[ 2 ].force );
+    EXPECT_EQ( board.findBus( "c" )->backend(), "virtual" );
+    EXPECT_EQ( board.buses().size(), 4u );
+}
+
+TEST( HardwareConfig, OneAdapterIsOneBus ) {
+    const auto message = []( const std::string &second, const smbusd::AdapterBusFactory &factory ) {
+        test::ManualScheduler scheduler;
+        smbusd::Log log( smbusd::LogLevel::Error );
+        smbusd::Hardware board( scheduler, log );
+        try {
+            smbusd::loadHardwareText(
+                R"({ "buses": [ { "name": "a", "master": "I2C", "bus": 1, "adapter": 3 },
+                                { "name": "b", "master": "I2C", "bus": 2, "adapter": )" +
+                    second + " } ] }",
+                "h.json", ".", board, factory );
+        } catch ( const smbusd::ConfigError &error ) {
+            return std::string( error.what() );
+        }
+        return std::string();
+    };
+    const auto any = []( std::string name, const smbusd::BusKey &key,
+                         const smbusd::AdapterSpec &spec ) -> std::unique_ptr<smbusd::Bus> {
+        if ( spec.by == smbusd::AdapterSpec::By::Name ) {
+            throw smbusd::AdapterTaken( "/dev/i2c-3 (\"host\") is bus \"a\" already" );
+        }
+        return std::make_unique<AdapterBus>( name, key );
+    };
+    // By the words of the configuration alone, wherever it is checked.
+    for ( const char *same : { "3", "\"3\"", "\"i2c-3\"", "\"/dev/i2c-3\"" } ) {
+        EXPECT_EQ( message( same, any ),
+                   std::string( "h.json: at /buses/1/adapter: " ) + same +
+                       "; expected an adapter that no other bus has (bus \"a\" has it)" );
+    }
+    // By what the kernel says.
+    EXPECT_EQ( message( "\"host\"", any ),
+               "h.json: at /buses/1/adapter: \"host\"; expected an adapter that no other bus has "
+               "(/dev/i2c-3 (\"host\") is bus \"a\" already)" );
+    EXPECT_EQ( message( "4", any ), "" );
 }
 
 TEST( HardwareConfig, ReadsAFileAndWhatLiesBesideIt ) {

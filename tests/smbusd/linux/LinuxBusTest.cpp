@@ -7,14 +7,16 @@
 #include <gtest/gtest.h>
 
 #include "smbusd/base/AsioScheduler.h"
-#include "tests/support/SmbusClient.h"
+#include "tests/support/FakeKernel.h"
+#include "tests/support/OperationOf.h"
 
 namespace {
 
 using smbusd::Operation;
 using smbusd::Outcome;
 using smbusd::Result;
-using test::bytes;
+using test::operationOf;
+using test::readOf;
 using Kind = smbusd::Operation::Kind;
 
 /** Stands in for the device file. */
@@ -30,36 +32,33 @@ class ScriptedAdapter : public smbusd::AdapterAccess {
 
 class LinuxBus : public testing::Test {
   protected:
-    std::unique_ptr<smbusd::Bus> busOn( std::function<Result( const Operation & )> script ) {
-        return smbusd::makeLinuxBus( "real", { Smbus::I2C, 0, 0, 1 }, "/dev/i2c-9",
-                                     std::make_unique<ScriptedAdapter>( std::move( script ) ),
-                                     scheduler );
+    std::unique_ptr<smbusd::Bus>
+    busOn( std::function<Result( const Operation & )> script,
+           std::chrono::milliseconds patience = std::chrono::hours( 1 ) ) {
+        return smbusd::makeLinuxBus( { "real",
+                                       { Smbus::I2C, 0, 0, 1 },
+                                       "/dev/i2c-9",
+                                       std::make_unique<ScriptedAdapter>( std::move( script ) ),
+                                       patience },
+                                     scheduler, log );
     }
-    /** The wire notation of an operation with a given result. */
-    std::string traceOf( const Operation &operation, const Result &result ) {
-        const auto bus = busOn( [ & ]( const Operation & ) { return result; } );
-        bool completed = false;
-        bus->execute( operation, [ & ]( Result ) { completed = true; } );
-        while ( !completed ) {
+    Result perform( smbusd::Bus &bus, const Operation &operation ) {
+        std::optional<Result> result;
+        bus.execute( operation, [ & ]( Result got ) { result = std::move( got ); } );
+        while ( !result ) {
             loop.run_one();
         }
-        return bus->trace();
+        return *result;
     }
 
     asio::io_context loop;
     asio::executor_work_guard<asio::io_context::executor_type> work = asio::make_work_guard( loop );
     smbusd::AsioScheduler scheduler{ loop };
+    std::vector<std::string> logged;
+    smbusd::Log log{ smbusd::LogLevel::Info, [ this ]( smbusd::LogLevel, const std::string &line ) {
+                        logged.push_back( line );
+                    } };
 };
-
-Operation operationOf( Kind kind, uint32_t reg, std::string_view data = {} ) {
-    Operation operation;
-    operation.kind = kind;
-    operation.address = 0x58;
-    operation.reg = reg;
-    operation.data = data;
-    operation.length = static_cast<uint32_t>( data.size() );
-    return operation;
-}
 
 TEST_F( LinuxBus, BlocksItsOwnThreadAndCompletesOnTheServices ) {
     std::promise<void> release;
@@ -90,18 +89,63 @@ TEST_F( LinuxBus, BlocksItsOwnThreadAndCompletesOnTheServices ) {
     EXPECT_EQ( bus->counters.errors, 0u );
 }
 
-TEST_F( LinuxBus, ShowsWhatMustHaveBeenOnTheWire ) {
-    EXPECT_EQ( traceOf( operationOf( Kind::ReadWord, 0x8B ), { Outcome::Done, bytes( 1, 2 ), {} } ),
-               "S 58 W A 8B A Sr 58 R A 01 A 02 N P" );
-    EXPECT_EQ( traceOf( operationOf( Kind::ReceiveByte, 0 ), { Outcome::Done, bytes( 1 ), {} } ),
-               "S 58 R A 01 N P" );
-    EXPECT_EQ( traceOf( operationOf( Kind::SendByte, 3 ), {} ), "S 58 W A 03 A P" );
-    EXPECT_EQ( traceOf( operationOf( Kind::BlockWrite, 0x9A, "HI" ), {} ),
-               "S 58 W A 9A A 02 A 48 A 49 A P" );
-    EXPECT_EQ( traceOf( operationOf( Kind::BlockRead, 0x9A ), { Outcome::Done, "HI", {} } ),
-               "S 58 W A 9A A Sr 58 R A 02 A 48 A 49 N P" );
-    EXPECT_EQ( traceOf( operationOf( Kind::ReadByte, 1 ), { Outcome::AddressNack, {}, {} } ),
-               "S 58 W (address not acknowledged)" );
+TEST_F( LinuxBus, ShowsWhatWasOnTheWireAndCountsErrors ) {
+    const auto bus = busOn( []( const Operation & ) {
+        return Result{ Outcome::AddressNack, {}, "no acknowledge" };
+    } );
+    EXPECT_EQ( perform( *bus, readOf( Kind::ReadByte, 1, 1 ) ).text(), "no acknowledge" );
+    EXPECT_EQ( bus->trace(), "S 58 W (no acknowledge)" );
+    EXPECT_EQ( bus->counters.errors, 1u );
+}
+
+TEST_F( LinuxBus, ItsEndDoesNotWaitForAnAdapterThatHangs ) {
+    auto hung = std::make_shared<std::promise<void>>();
+    auto begun = std::make_shared<std::promise<void>>();
+    auto seen = std::make_shared<std::promise<std::string>>();
+    bool completed = false;
+    {
+        const auto bus = busOn(
+            [ hung, begun, seen ]( const Operation &operation ) {
+                begun->set_value();
+                hung->get_future().wait();
+                seen->set_value( std::string( operation.data ) );
+                return Result{};
+            },
+            std::chrono::milliseconds( 0 ) );
+        std::string data = "the request's own";
+        bus->execute( operationOf( Kind::I2cBlockWrite, 0, data ),
+                      [ & ]( Result ) { completed = true; } );
+        begun->get_future().wait();
+        data.assign( data.size(), '!' ); // the request is gone, its memory somebody else's
+    }
+    ASSERT_EQ( logged.size(), 1u );
+    EXPECT_EQ( logged[ 0 ], "bus \"real\": an operation on /dev/i2c-9 does not end; it is left to "
+                            "the kernel" );
+    hung->set_value();
+    EXPECT_EQ( seen->get_future().get(), "the request's own" );
+    EXPECT_FALSE( completed );
+}
+
+TEST_F( LinuxBus, TheFactoryMakesBusesOnAdaptersAndTellsWhereTheyWent ) {
+    test::FakeKernel kernel;
+    kernel.add( 1, "host" );
+    const auto factory = smbusd::linuxBusFactory( scheduler, log, kernel.calls() );
+    const smbusd::AdapterSpec spec{ smbusd::AdapterSpec::By::Name, 0, "host" };
+    const auto bus = factory( "real", { Smbus::I2C, 0, 0, 1 }, spec );
+    EXPECT_EQ( bus->backend(), "\"host\"" );
+    EXPECT_EQ( perform( *bus, readOf( Kind::ReadByte, 1, 1 ) ).outcome, Outcome::Done );
+    EXPECT_EQ( bus->trace(), "S 58 W A 01 A Sr 58 R A 00 N P" );
+    EXPECT_THROW(
+        factory( "again", { Smbus::I2C, 0, 0, 2 }, { smbusd::AdapterSpec::By::Number, 1, "" } ),
+        smbusd::AdapterTaken );
+    kernel.remove( 1 );
+    EXPECT_EQ( perform( *bus, readOf( Kind::ReadByte, 1, 1 ) ).text(),
+               "the adapter /dev/i2c-1 (\"host\") is gone" );
+    kernel.add( 2, "host" );
+    EXPECT_EQ( perform( *bus, readOf( Kind::ReadByte, 1, 1 ) ).outcome, Outcome::Done );
+    ASSERT_EQ( logged.size(), 1u );
+    EXPECT_EQ( logged[ 0 ],
+               "bus \"real\": the adapter /dev/i2c-1 (\"host\") is back as /dev/i2c-2" );
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "smbusd/emulation/Pec.h"
+#include "smbusd/bus/Pec.h"
 
 #include <gtest/gtest.h>
 
