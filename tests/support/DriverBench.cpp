@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <fstream>
 #include <regex>
-#include <stdexcept>
 
 #include <gtest/gtest.h>
 #include <pl/fan.h>
@@ -77,12 +76,8 @@ DriverBench::DriverBench() {
     ham_.blocks = { { 0x9A, std::string( "\x04" ) + word },
                     { 0x9E, std::string( "\x04" ) + word } };
 
-    folder_ = testing::TempDir() + "drivers-XXXXXX";
-    if ( !mkdtemp( folder_.data() ) ) {
-        throw std::runtime_error( "no folder " + folder_ );
-    }
     answerCommands( true );
-    setenv( "PATH", folder_.c_str(), 1 );
+    setenv( "PATH", folder_.path().c_str(), 1 );
     firstTrace_ = FakeHost::instance().traces.size();
 }
 
@@ -94,14 +89,13 @@ DriverBench::~DriverBench() {
             DeviceBase::devices.erase( it );
         }
     }
-    std::filesystem::remove_all( folder_ );
 }
 
 /** The library runs its commands under "timeout", which is what is found here. */
 void DriverBench::answerCommands( bool good ) {
-    const std::string tool = folder_ + "/timeout";
-    std::ofstream( tool ) << "#!/bin/sh\necho \"$@\" >> " << folder_ << "/commands\n"
-                          << ( good ? std::string( "echo " ) + word + ",5,RPM,ok\n" : "exit 1\n" );
+    const std::string answer = good ? std::string( "echo " ) + word + ",5,RPM,ok\n" : "exit 1\n";
+    const std::string tool = folder_.write(
+        "timeout", "#!/bin/sh\necho \"$@\" >> " + folder_.file( "commands" ) + "\n" + answer );
     std::filesystem::permissions( tool, std::filesystem::perms::owner_all );
 }
 
@@ -256,7 +250,7 @@ std::vector<std::string> DriverBench::seen() const {
     for ( const unsigned pause : FakeTime::microsleeps ) {
         all.push_back( "pause " + std::to_string( pause ) );
     }
-    std::ifstream commands( folder_ + "/commands" );
+    std::ifstream commands( folder_.file( "commands" ) );
     for ( std::string line; std::getline( commands, line ); ) {
         all.push_back( line );
     }

@@ -7,6 +7,7 @@
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
 #include "OrvanGeneric/Drivers/DriverTable.h"
+#include "common/TemporaryFolder.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
 
@@ -48,7 +49,7 @@ class DriverBench {
     ScriptedHam ham_;
     ScriptedHam linesHam_;
     ScriptedHam expanderHam_;
-    std::string folder_;
+    const common::TemporaryFolder folder_;
     std::string driver_;
     Component::DeviceBase *device_ = nullptr;
     std::vector<std::function<void()>> uses_;

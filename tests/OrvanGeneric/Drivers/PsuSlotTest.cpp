@@ -10,7 +10,7 @@
 #include "tests/OrvanGeneric/Drivers/PsuSlotFixture.h"
 #include "tests/support/AssertionFailure.h"
 #include "tests/support/MemoryLimit.h"
-#include "tests/support/Process.h"
+#include "tests/support/SimulationFixture.h"
 
 namespace {
 
@@ -341,15 +341,11 @@ TEST_F( PsuSlotTest, DeclaresTenRegisters ) {
     }
 }
 
-class PsuSlotSimulation : public testing::TestWithParam<const char *> {};
+class PsuSlotSimulation : public SimulationFixture,
+                          public testing::WithParamInterface<const char *> {};
 
 TEST_P( PsuSlotSimulation, ShowsTheSampleSupply ) {
-    const test::TemporaryFolder folder;
-    setenv( "ORVANLIB_SIMDIR", folder.path().c_str(), 1 );
-    Utils::isInSimulation = 1;
-    ASSERT_EQ( Topology::loadTopology( R"([ { "type": "I2C", "id": 0, "ham": "OrvanSmbus",
-        "devices": [ { "did": 9 } ] } ])" ),
-               PL_STATUS_OK );
+    loadDevices( R"({ "did": 9 })" );
     const std::string description =
         R"({ "driver": "PsuSlot", "did": 9, "name": "psu1", "address": { "address": 88 },
              "driverArgs": { "psuId": 1, "ipmiId": "psu1", "model_1": "DPS550AB6A",
@@ -363,7 +359,7 @@ TEST_P( PsuSlotSimulation, ShowsTheSampleSupply ) {
         ASSERT_STREQ( fdl, "no GTVD1615001656" );
         std::free( fdl );
     }
-    EXPECT_TRUE( FakeHost::instance().traced( 7, "Using cached fdl" ) );
+    EXPECT_TRUE( host_.traced( 7, "Using cached fdl" ) );
 }
 
 INSTANTIATE_TEST_SUITE_P( Types, PsuSlotSimulation, testing::Values( "pmbus", "ipmi" ),

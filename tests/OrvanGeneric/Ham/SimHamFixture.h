@@ -1,14 +1,13 @@
 #pragma once
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <stdexcept>
 
 #include <gtest/gtest.h>
 
 #include "OrvanGeneric/Ham/SimHam.h"
+#include "common/TemporaryFolder.h"
 #include "tests/support/FakeHost.h"
 
 /** A byte, a word, a byte, a text and a 3-byte number, at 0, 2, 6, 8 and 13. */
@@ -33,15 +32,7 @@ inline std::string warning( const std::string &driver, const std::string &reg ) 
 /** Simulation files go to a folder of the test's own, which does not exist yet. */
 class SimHamTest : public testing::Test {
   protected:
-    SimHamTest() {
-        base_ = ( std::filesystem::temp_directory_path() / "orvan-sim-XXXXXX" ).string();
-        if ( !mkdtemp( base_.data() ) ) {
-            throw std::runtime_error( "mkdtemp" );
-        }
-        folder_ = base_ + "/some/where";
-        setenv( "ORVANLIB_SIMDIR", folder_.c_str(), 1 );
-    }
-    ~SimHamTest() override { std::filesystem::remove_all( base_ ); }
+    SimHamTest() { setenv( "ORVANLIB_SIMDIR", folder_.c_str(), 1 ); }
 
     /** The Ham of a driver "Part" named "one" with the registers above. */
     Ham::SimHam &ready() {
@@ -60,8 +51,9 @@ class SimHamTest : public testing::Test {
         stream << text;
     }
 
-    std::string base_;
-    std::string folder_;
+    const common::TemporaryFolder temporary_;
+    const std::string base_ = temporary_.path();
+    const std::string folder_ = base_ + "/some/where";
     Ham::SimHam ham_;
     FakeHost &host_ = FakeHost::instance();
 };

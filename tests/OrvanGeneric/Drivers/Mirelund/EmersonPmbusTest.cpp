@@ -1,7 +1,5 @@
 #include "OrvanGeneric/Drivers/Mirelund/EmersonPmbus.h"
 
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 
 #include <gmock/gmock.h>
@@ -15,6 +13,7 @@
 #include "tests/support/AssertionFailure.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
+#include "tests/support/SimulationFixture.h"
 #include "tests/support/TracesOnAbort.h"
 #include "tests/support/VirtualSlot.h"
 
@@ -371,17 +370,11 @@ TEST_F( EmersonPmbusTest, RealToLinearEncodesWholeNumbers ) {
 
 // Simulation
 
-TEST( EmersonPmbusSimulation, HealthySupply ) {
-    std::string directory = testing::TempDir() + "emerson-XXXXXX";
-    ASSERT_NE( mkdtemp( directory.data() ), nullptr );
-    setenv( "ORVANLIB_SIMDIR", directory.c_str(), 1 );
-    Utils::isInSimulation = 1;
-    const FakeTime time;
-    FakeTime::now = 100;
-    ASSERT_EQ( Topology::loadTopology( R"([ { "type": "I2C", "id": 0, "ham": "OrvanSmbus",
-        "devices": [ { "did": 9 }, { "did": 7, "label": "PsuPCA", "driver": "MirePsuPCA9555",
-                                     "address": { "address": 33 } } ] } ])" ),
-               PL_STATUS_OK );
+using EmersonPmbusSimulation = SimulationFixture;
+
+TEST_F( EmersonPmbusSimulation, HealthySupply ) {
+    loadDevices( R"({ "did": 9 }, { "did": 7, "label": "PsuPCA", "driver": "MirePsuPCA9555",
+                                 "address": { "address": 33 } })" );
     const auto description = []( const std::string &arguments ) {
         return R"({ "driver": "EmersonPmbus", "did": 9, "name": "psu1",
                     "address": { "address": 88 }, "driverArgs": { "psuId": 1)" +
@@ -412,10 +405,9 @@ TEST( EmersonPmbusSimulation, HealthySupply ) {
         EXPECT_EQ( rpm, 8000 );
         EXPECT_EQ( fan->ops->set_rpm( fan, 9000 ), PL_STATUS_OK );
     }
-    for ( const Trace &trace : FakeHost::instance().traces ) {
+    for ( const Trace &trace : host_.traces ) {
         EXPECT_EQ( trace.text.find( "WARNING" ), std::string::npos ) << trace.text;
     }
-    std::filesystem::remove_all( directory );
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9555.h"
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <memory>
 
@@ -10,12 +9,11 @@
 #include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/NotImplementedException.h"
-#include "OrvanGeneric/Topology.h"
 #include "tests/support/BlinkingLedChecks.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/MemoryLimit.h"
 #include "tests/support/ScriptedHam.h"
-#include "tests/support/SimulatedDevice.h"
+#include "tests/support/SimulationFixture.h"
 
 namespace {
 
@@ -494,15 +492,10 @@ TEST_F( MirelundPCA9555Test, CopyWithoutMemoryFails ) {
 
 // Simulation
 
-TEST( MirelundPCA9555Simulation, HealthyFanBoard ) {
-    std::string directory = testing::TempDir() + "fan-board-XXXXXX";
-    ASSERT_NE( mkdtemp( directory.data() ), nullptr );
-    setenv( "ORVANLIB_SIMDIR", directory.c_str(), 1 );
-    Utils::isInSimulation = 1;
-    const FakeTime time;
-    ASSERT_EQ( Topology::loadTopology( R"([ { "type": "I2C", "id": 0, "ham": "OrvanSmbus",
-        "devices": [ { "did": 9 } ] } ])" ),
-               PL_STATUS_OK );
+using MirelundPCA9555Simulation = SimulationFixture;
+
+TEST_F( MirelundPCA9555Simulation, HealthyFanBoard ) {
+    loadDevices( R"({ "did": 9 })" );
     const auto description = []( const std::string &arguments ) {
         return R"({ "driver": "MirelundPCA9555", "did": 9, "name": "fans",
                     "address": { "address": 32 },
@@ -518,8 +511,7 @@ TEST( MirelundPCA9555Simulation, HealthyFanBoard ) {
                              .c_str() );
     }
     pl_led *led = pl_led_add( description( R"("id": 2)" ).c_str() );
-    FakeHost &host = FakeHost::instance();
-    EXPECT_FALSE( host.traced( 0, "Error: failed to write PCA9555 pin configuration" ) );
+    EXPECT_FALSE( host_.traced( 0, "Error: failed to write PCA9555 pin configuration" ) );
 
     for ( pl_slot *slot : slots ) {
         char *fdl = nullptr;
@@ -529,17 +521,14 @@ TEST( MirelundPCA9555Simulation, HealthyFanBoard ) {
     }
     EXPECT_EQ( led->ops->set_light_setting( led, PL_LED_STATUS_BAD ), PL_STATUS_OK );
 
-    std::string text;
-    std::getline( std::ifstream( directory + "/MirelundPCA9555-fans" ), text );
     // Inputs, outputs with the second LED amber, directions.
-    EXPECT_EQ( text, "0f00ff2fff0f" );
-    std::filesystem::remove_all( directory );
+    EXPECT_EQ( fileText( "MirelundPCA9555", "fans" ), "0f00ff2fff0f\n" );
 
     for ( pl_slot *slot : slots ) {
         delete static_cast<Slot *>( slot->priv );
     }
     delete static_cast<Led *>( led->priv );
-    deleteSimulated( 9 );
+    deleteDevice( 9 );
 }
 
 } // namespace

@@ -1,5 +1,4 @@
 /** The transceiver drivers on simulation files: what the simulated boards show, and what is kept. */
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -12,22 +11,16 @@
 #include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9698.h"
 #include "OrvanGeneric/Ham/SimHam.h"
-#include "tests/support/FakeHost.h"
+#include "tests/support/SimulationFixture.h"
 
 namespace {
 
 using Component::LogicalDevice::QsfpXcvr;
 using Component::LogicalDevice::SfpXcvr;
 
-class XcvrSimulationTest : public testing::Test {
+class XcvrSimulationTest : public SimulationFixture {
   protected:
-    XcvrSimulationTest() {
-        std::string folder = testing::TempDir() + "orvan-xcvr-XXXXXX";
-        folder_ = mkdtemp( folder.data() );
-        setenv( "ORVANLIB_SIMDIR", folder_.c_str(), 1 );
-        args_.driverArgs = { { "bank-io-0", "102" }, { "bank-io-1", "102" } };
-    }
-    ~XcvrSimulationTest() override { std::filesystem::remove_all( folder_ ); }
+    XcvrSimulationTest() { args_.driverArgs = { { "bank-io-0", "102" }, { "bank-io-1", "102" } }; }
 
     /** Brings a driver up as its first peripheral does. */
     void start( const std::string &driver ) {
@@ -37,12 +30,9 @@ class XcvrSimulationTest : public testing::Test {
         ham_.setDriverName( driver, "front" );
         ham_.setExpected( device_->expectedValues() );
         initResult_ = device_->init();
-        file_ = folder_ + "/" + driver + "-front";
+        file_ = folder_.file( driver + "-front" );
     }
-    std::string fileText() const {
-        std::ifstream file( file_ );
-        return std::string( std::istreambuf_iterator<char>( file ), {} );
-    }
+    std::string fileText() const { return common::readFile( file_ ); }
     /** Changes the file as a test harness does. */
     void put( size_t offset, const std::string &text ) {
         std::fstream file( file_ );
@@ -64,13 +54,10 @@ class XcvrSimulationTest : public testing::Test {
         return false;
     }
 
-    FakeHost &host_ = FakeHost::instance();
-    FakeTime time_;
     Drivers::DriverArgs args_;
     Ham::SimHam ham_;
     std::unique_ptr<Component::HardwareDevice> device_;
     int initResult_ = -1;
-    std::string folder_;
     std::string file_;
 };
 
@@ -156,7 +143,7 @@ TEST_F( XcvrSimulationTest, ZQsfpExpanderWritesItsOwnDirections ) {
     ham_.setDriverName( "MireZQSFP", "" );
     ham_.setExpected( expander.expectedValues() );
     EXPECT_EQ( expander.init(), 0 );
-    file_ = folder_ + "/MireZQSFP";
+    file_ = folder_.file( "MireZQSFP" );
     EXPECT_EQ( fileText(), "7737332277373322"
                            "66666666\n" );
 }
