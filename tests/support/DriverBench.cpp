@@ -5,6 +5,7 @@
 #include <fstream>
 #include <regex>
 
+#include <gtest/gtest.h>
 #include <pl/fan.h>
 #include <pl/gpio.h>
 #include <pl/led.h>
@@ -92,9 +93,9 @@ DriverBench::~DriverBench() {
 
 /** The library runs its commands under "timeout", which is what is found here. */
 void DriverBench::answerCommands( bool good ) {
+    const std::string answer = good ? std::string( "echo " ) + word + ",5,RPM,ok\n" : "exit 1\n";
     const std::string tool = folder_.write(
-        "timeout", "#!/bin/sh\necho \"$@\" >> " + folder_.file( "commands" ) + "\n" +
-                       ( good ? std::string( "echo " ) + word + ",5,RPM,ok\n" : "exit 1\n" ) );
+        "timeout", "#!/bin/sh\necho \"$@\" >> " + folder_.file( "commands" ) + "\n" + answer );
     std::filesystem::permissions( tool, std::filesystem::perms::owner_all );
 }
 

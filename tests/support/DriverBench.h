@@ -49,7 +49,7 @@ class DriverBench {
     ScriptedHam ham_;
     ScriptedHam linesHam_;
     ScriptedHam expanderHam_;
-    common::TemporaryFolder folder_{ "orvan-drivers" };
+    const common::TemporaryFolder folder_;
     std::string driver_;
     Component::DeviceBase *device_ = nullptr;
     std::vector<std::function<void()>> uses_;

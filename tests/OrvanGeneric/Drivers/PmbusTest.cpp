@@ -1,6 +1,5 @@
 #include "OrvanGeneric/Drivers/Pmbus.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 
@@ -12,10 +11,10 @@
 #include "OrvanGeneric/Drivers/Dummy.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "OrvanGeneric/Topology.h"
-#include "common/TemporaryFolder.h"
 #include "tests/support/AssertionFailure.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
+#include "tests/support/SimulationFixture.h"
 #include "tests/support/VirtualSlot.h"
 
 namespace {
@@ -507,13 +506,10 @@ TEST_F( PmbusTest, DeclaresElevenRegisters ) {
     EXPECT_EQ( declared, table );
 }
 
-TEST( PmbusSimulation, SupplyReadsItsTable ) {
-    const common::TemporaryFolder directory;
-    setenv( "ORVANLIB_SIMDIR", directory.path().c_str(), 1 );
-    Utils::isInSimulation = 1;
-    ASSERT_EQ( Topology::loadTopology( R"([ { "type": "I2C", "id": 0, "ham": "OrvanSmbus",
-        "devices": [ { "did": 9 } ] } ])" ),
-               PL_STATUS_OK );
+using PmbusSimulation = SimulationFixture;
+
+TEST_F( PmbusSimulation, SupplyReadsItsTable ) {
+    loadDevices( R"({ "did": 9 })" );
     const auto description = []( const std::string &arguments ) {
         return R"({ "driver": "Pmbus", "did": 9, "name": "PSU1", "address": { "address": 88 },
                     "driverArgs": { )" +
@@ -526,7 +522,7 @@ TEST( PmbusSimulation, SupplyReadsItsTable ) {
     int ok = -1;
     EXPECT_EQ( psu->ops->get_power_ok( psu, &ok ), PL_STATUS_OK );
     EXPECT_EQ( ok, 0 );
-    EXPECT_TRUE( FakeHost::instance().traced( 3, "CLEAR_FAULTS PMBus command failed: 4" ) );
+    EXPECT_TRUE( host_.traced( 3, "CLEAR_FAULTS PMBus command failed: 4" ) );
     const auto temperature = [ & ]( const char *sensor ) {
         pl_temp_sensor *added = pl_temp_sensor_add(
             description( std::string( "\"sensorId\": " ) + sensor ).c_str(), 60, 70 );
@@ -541,7 +537,7 @@ TEST( PmbusSimulation, SupplyReadsItsTable ) {
     int rpm = 5;
     EXPECT_EQ( fan->ops->get_rpm( fan, &rpm ), PL_STATUS_TRANSPORT );
     EXPECT_EQ( rpm, 5 );
-    EXPECT_TRUE( std::filesystem::exists( directory.file( "Pmbus-PSU1" ) ) );
+    EXPECT_TRUE( std::filesystem::exists( folder_.file( "Pmbus-PSU1" ) ) );
     // READ_VOUT is one byte wide there: as a word it is read together with what follows.
     EXPECT_EQ( psu->ops->get_output_voltage( psu, &value ), PL_STATUS_OK );
     EXPECT_EQ( value, 224.0f / 512 ); // 00 and then 8c's "e0", at an exponent of -9

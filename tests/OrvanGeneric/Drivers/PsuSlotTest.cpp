@@ -7,9 +7,10 @@
 
 #include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/NotImplementedException.h"
-#include "common/TemporaryFolder.h"
 #include "tests/OrvanGeneric/Drivers/PsuSlotFixture.h"
 #include "tests/support/AssertionFailure.h"
+#include "tests/support/MemoryLimit.h"
+#include "tests/support/SimulationFixture.h"
 
 namespace {
 
@@ -125,6 +126,28 @@ TEST_F( PsuSlotTest, SecondQueryUsesTheCacheAndGivesACopyOfItsOwn ) {
     EXPECT_EQ( presence( *made ), "550 W, A" );
     std::free( first );
     std::free( second );
+}
+
+TEST_F( PsuSlotTest, CopyWithoutMemoryFails ) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer's memory cannot be limited";
+#endif
+    const std::string text = std::string( MemoryLimit::tooMuch, 'x' ) + "A";
+    const auto made = slot( slotArguments(
+        "pmbus", { { "psuFdl_1", std::string( MemoryLimit::tooMuch, 'x' ) + "{serialNum}" } } ) );
+    insert( "DPS550AB6A", "A" );
+    EXPECT_EQ( presence( *made ), text );
+    host_.traces.clear();
+    char *fdl = nullptr;
+    pl_status status;
+    {
+        const MemoryLimit limit;
+        status = made->getPresence( &fdl );
+    }
+    EXPECT_EQ( status, PL_STATUS_FAILED );
+    EXPECT_EQ( fdl, nullptr );
+    EXPECT_EQ( host_.traces.back(), ( Trace{ 7, "Using cached fdl" } ) );
+    EXPECT_EQ( presence( *made ), text );
 }
 
 TEST_F( PsuSlotTest, SwappedSupplyGetsItsOwnText ) {
@@ -318,15 +341,11 @@ TEST_F( PsuSlotTest, DeclaresTenRegisters ) {
     }
 }
 
-class PsuSlotSimulation : public testing::TestWithParam<const char *> {};
+class PsuSlotSimulation : public SimulationFixture,
+                          public testing::WithParamInterface<const char *> {};
 
 TEST_P( PsuSlotSimulation, ShowsTheSampleSupply ) {
-    const common::TemporaryFolder folder;
-    setenv( "ORVANLIB_SIMDIR", folder.path().c_str(), 1 );
-    Utils::isInSimulation = 1;
-    ASSERT_EQ( Topology::loadTopology( R"([ { "type": "I2C", "id": 0, "ham": "OrvanSmbus",
-        "devices": [ { "did": 9 } ] } ])" ),
-               PL_STATUS_OK );
+    loadDevices( R"({ "did": 9 })" );
     const std::string description =
         R"({ "driver": "PsuSlot", "did": 9, "name": "psu1", "address": { "address": 88 },
              "driverArgs": { "psuId": 1, "ipmiId": "psu1", "model_1": "DPS550AB6A",
@@ -340,7 +359,7 @@ TEST_P( PsuSlotSimulation, ShowsTheSampleSupply ) {
         ASSERT_STREQ( fdl, "no GTVD1615001656" );
         std::free( fdl );
     }
-    EXPECT_TRUE( FakeHost::instance().traced( 7, "Using cached fdl" ) );
+    EXPECT_TRUE( host_.traced( 7, "Using cached fdl" ) );
 }
 
 INSTANTIATE_TEST_SUITE_P( Types, PsuSlotSimulation, testing::Values( "pmbus", "ipmi" ),

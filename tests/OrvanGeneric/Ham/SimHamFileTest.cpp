@@ -65,9 +65,9 @@ TEST_F( SimHamFileTest, FileIsNamedAfterDriverAndDevice ) {
 
 TEST_F( SimHamFileTest, FolderIsMadeWithItsParents ) {
     umask( 0022 );
-    ASSERT_FALSE( fs::exists( base_.file( "some" ) ) );
+    ASSERT_FALSE( fs::exists( base_ + "/some" ) );
     ready();
-    for ( const std::string &folder : { base_.file( "some" ), folder_ } ) {
+    for ( const std::string &folder : { base_ + "/some", folder_ } ) {
         struct stat status = {};
         ASSERT_EQ( stat( folder.c_str(), &status ), 0 );
         EXPECT_EQ( status.st_mode & 07777, 0755u ) << folder;
@@ -76,7 +76,7 @@ TEST_F( SimHamFileTest, FolderIsMadeWithItsParents ) {
 
 TEST_F( SimHamFileTest, FolderIsTakenFromTheEnvironmentOnce ) {
     ham_.setDriverName( "Part", "one" );
-    setenv( "ORVANLIB_SIMDIR", base_.file( "other" ).c_str(), 1 );
+    setenv( "ORVANLIB_SIMDIR", ( base_ + "/other" ).c_str(), 1 );
     ham_.setDriverName( "Part", "two" );
     EXPECT_EQ( ham_.simFileName(), folder_ + "/Part-two" );
 }
@@ -139,7 +139,7 @@ TEST_F( SimHamFileTest, EmptyOrNoTableMeansNoFile ) {
 }
 
 TEST_F( SimHamFileTest, FolderThatCannotBeMadeMeansNoFile ) {
-    std::ofstream( base_.file( "some" ) ) << "a file where the folder should be";
+    std::ofstream( base_ + "/some" ) << "a file where the folder should be";
     ham_.setDriverName( "Part", "one" );
     ham_.setExpected( &registers );
     EXPECT_FALSE( ham_.simFileExists() );
@@ -156,7 +156,7 @@ TEST_F( SimHamFileTest, NameWithASlashMeansNoFile ) {
     ham_.setExpected( &registers );
     EXPECT_FALSE( ham_.simFileExists() );
     EXPECT_THAT( host_.texts( 0 ), testing::ElementsAre( testing::HasSubstr( "'../one'" ) ) );
-    EXPECT_FALSE( fs::exists( base_.file( "some" ) ) );
+    EXPECT_FALSE( fs::exists( base_ + "/some" ) );
 }
 
 } // namespace

@@ -1,10 +1,8 @@
 #pragma once
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <stdexcept>
 
 #include <gtest/gtest.h>
 
@@ -34,10 +32,7 @@ inline std::string warning( const std::string &driver, const std::string &reg ) 
 /** Simulation files go to a folder of the test's own, which does not exist yet. */
 class SimHamTest : public testing::Test {
   protected:
-    SimHamTest() {
-        folder_ = base_.file( "some/where" );
-        setenv( "ORVANLIB_SIMDIR", folder_.c_str(), 1 );
-    }
+    SimHamTest() { setenv( "ORVANLIB_SIMDIR", folder_.c_str(), 1 ); }
 
     /** The Ham of a driver "Part" named "one" with the registers above. */
     Ham::SimHam &ready() {
@@ -56,8 +51,9 @@ class SimHamTest : public testing::Test {
         stream << text;
     }
 
-    common::TemporaryFolder base_;
-    std::string folder_;
+    const common::TemporaryFolder temporary_;
+    const std::string base_ = temporary_.path();
+    const std::string folder_ = base_ + "/some/where";
     Ham::SimHam ham_;
     FakeHost &host_ = FakeHost::instance();
 };

@@ -1,7 +1,6 @@
 #include "OrvanGeneric/Ham/SimHam.h"
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -133,7 +132,7 @@ TEST_F( SimHamTest, FileThatAHarnessRemovedIsMadeAgain ) {
 TEST_F( SimHamTest, FileThatCannotBeMadeAgainReadsAsZeroAndTakesNoWrites ) {
     ready();
     fs::remove_all( folder_ );
-    fs::create_symlink( base_.file( "nowhere" ), folder_ );
+    fs::create_symlink( base_ + "/nowhere", folder_ );
     uint8_t byte = 7;
     EXPECT_EQ( ham_.read8( 0x10, &byte ), 0 );
     EXPECT_EQ( byte, 0 );
@@ -146,7 +145,7 @@ TEST_F( SimHamTest, FileThatCannotBeMadeAgainReadsAsZeroAndTakesNoWrites ) {
 
 TEST_F( SimHamTest, ALinkInPlaceOfTheFileIsNotFollowed ) {
     ready();
-    const std::string target = base_.file( "target" );
+    const std::string target = base_ + "/target";
     std::ofstream( target ) << "somebody's";
     fs::remove( file() );
     fs::create_symlink( target, file() );

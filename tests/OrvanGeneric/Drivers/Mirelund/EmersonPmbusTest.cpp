@@ -1,7 +1,5 @@
 #include "OrvanGeneric/Drivers/Mirelund/EmersonPmbus.h"
 
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 
 #include <gmock/gmock.h>
@@ -12,10 +10,10 @@
 #include "OrvanGeneric/Drivers/Mirelund/MirePsuPCA9555.h"
 #include "OrvanGeneric/NotImplementedException.h"
 #include "OrvanGeneric/Topology.h"
-#include "common/TemporaryFolder.h"
 #include "tests/support/AssertionFailure.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
+#include "tests/support/SimulationFixture.h"
 #include "tests/support/TracesOnAbort.h"
 #include "tests/support/VirtualSlot.h"
 
@@ -372,16 +370,11 @@ TEST_F( EmersonPmbusTest, RealToLinearEncodesWholeNumbers ) {
 
 // Simulation
 
-TEST( EmersonPmbusSimulation, HealthySupply ) {
-    const common::TemporaryFolder directory;
-    setenv( "ORVANLIB_SIMDIR", directory.path().c_str(), 1 );
-    Utils::isInSimulation = 1;
-    const FakeTime time;
-    FakeTime::now = 100;
-    ASSERT_EQ( Topology::loadTopology( R"([ { "type": "I2C", "id": 0, "ham": "OrvanSmbus",
-        "devices": [ { "did": 9 }, { "did": 7, "label": "PsuPCA", "driver": "MirePsuPCA9555",
-                                     "address": { "address": 33 } } ] } ])" ),
-               PL_STATUS_OK );
+using EmersonPmbusSimulation = SimulationFixture;
+
+TEST_F( EmersonPmbusSimulation, HealthySupply ) {
+    loadDevices( R"({ "did": 9 }, { "did": 7, "label": "PsuPCA", "driver": "MirePsuPCA9555",
+                                 "address": { "address": 33 } })" );
     const auto description = []( const std::string &arguments ) {
         return R"({ "driver": "EmersonPmbus", "did": 9, "name": "psu1",
                     "address": { "address": 88 }, "driverArgs": { "psuId": 1)" +
@@ -412,7 +405,7 @@ TEST( EmersonPmbusSimulation, HealthySupply ) {
         EXPECT_EQ( rpm, 8000 );
         EXPECT_EQ( fan->ops->set_rpm( fan, 9000 ), PL_STATUS_OK );
     }
-    for ( const Trace &trace : FakeHost::instance().traces ) {
+    for ( const Trace &trace : host_.traces ) {
         EXPECT_EQ( trace.text.find( "WARNING" ), std::string::npos ) << trace.text;
     }
 }

@@ -1,8 +1,5 @@
 #include "OrvanGeneric/Drivers/Mirelund/MirePsuPCA9555.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 
 #include <gtest/gtest.h>
@@ -10,12 +7,11 @@
 #include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/NotImplementedException.h"
-#include "OrvanGeneric/Topology.h"
-#include "common/TemporaryFolder.h"
 #include "tests/support/AssertionFailure.h"
 #include "tests/support/BlinkingLedChecks.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
+#include "tests/support/SimulationFixture.h"
 #include "tests/support/VirtualSlot.h"
 
 namespace {
@@ -353,19 +349,14 @@ TEST_F( MirePsuPCA9555Test, BlinkingNeedsTheTimer ) {
 
 // Simulation
 
-TEST( MirePsuPCA9555Simulation, HealthySupplies ) {
-    const common::TemporaryFolder directory;
-    setenv( "ORVANLIB_SIMDIR", directory.path().c_str(), 1 );
-    Utils::isInSimulation = 1;
-    const FakeTime time;
-    FakeTime::now = 100;
-    ASSERT_EQ( Topology::loadTopology( R"([ { "type": "I2C", "id": 0, "ham": "OrvanSmbus",
-        "devices": [ { "did": 9 } ] } ])" ),
-               PL_STATUS_OK );
+using MirePsuPCA9555Simulation = SimulationFixture;
+
+TEST_F( MirePsuPCA9555Simulation, HealthySupplies ) {
+    loadDevices( R"({ "did": 9 })" );
     pl_led *led = pl_led_add( R"({ "driver": "MirePsuPCA9555", "did": 9, "name": "psus",
         "address": { "address": 33 }, "driverArgs": { "id": 2, "type": "psu" } })" );
     ASSERT_NE( led, nullptr );
-    for ( const Trace &trace : FakeHost::instance().traces ) {
+    for ( const Trace &trace : host_.traces ) {
         EXPECT_EQ( trace.text.find( "rror" ), std::string::npos ) << trace.text;
     }
     auto *expander = static_cast<MirePsuPCA9555 *>( Component::DeviceBase::devices.at( 9 ) );
@@ -378,10 +369,8 @@ TEST( MirePsuPCA9555Simulation, HealthySupplies ) {
         EXPECT_TRUE( ok );
     }
     EXPECT_EQ( led->ops->set_light_setting( led, PL_LED_STATUS_BAD ), PL_STATUS_OK );
-    std::string text;
-    std::getline( std::ifstream( directory.file( "MirePsuPCA9555-psus" ) ), text );
     // Inputs, outputs with the second supply's LED red, directions.
-    EXPECT_EQ( text, "d254ff64ff00" );
+    EXPECT_EQ( fileText( "MirePsuPCA9555", "psus" ), "d254ff64ff00\n" );
 }
 
 } // namespace

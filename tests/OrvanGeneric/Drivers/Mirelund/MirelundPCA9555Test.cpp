@@ -1,23 +1,19 @@
 #include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9555.h"
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <memory>
-#include <sys/resource.h>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/NotImplementedException.h"
-#include "OrvanGeneric/Topology.h"
-#include "common/TemporaryFolder.h"
 #include "tests/support/BlinkingLedChecks.h"
 #include "tests/support/FakeHost.h"
+#include "tests/support/MemoryLimit.h"
 #include "tests/support/ScriptedHam.h"
-#include "tests/support/SimulatedDevice.h"
+#include "tests/support/SimulationFixture.h"
 
 namespace {
 
@@ -474,9 +470,8 @@ TEST_F( MirelundPCA9555Test, CopyWithoutMemoryFails ) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "the sanitizer's memory cannot be limited";
 #endif
-    constexpr unsigned mebibyte = 1u << 20;
     Arguments arguments = slotArguments( "1" );
-    arguments[ "modelName" ] = std::string( 16 * mebibyte, 'x' );
+    arguments[ "modelName" ] = std::string( MemoryLimit::tooMuch, 'x' );
     std::unique_ptr<Slot> made( expander_->newSlot( withArguments( arguments ) ) );
     char *fdl = nullptr;
     ASSERT_EQ( made->getPresence( &fdl ), PL_STATUS_OK );
@@ -484,15 +479,11 @@ TEST_F( MirelundPCA9555Test, CopyWithoutMemoryFails ) {
     fdl = nullptr;
     host_.traces.clear();
 
-    unsigned long pages = 0;
-    std::ifstream( "/proc/self/statm" ) >> pages;
-    rlimit memory;
-    getrlimit( RLIMIT_AS, &memory );
-    const rlimit little = { pages * static_cast<unsigned long>( getpagesize() ) + mebibyte,
-                            memory.rlim_max };
-    setrlimit( RLIMIT_AS, &little );
-    const pl_status status = made->getPresence( &fdl );
-    setrlimit( RLIMIT_AS, &memory );
+    pl_status status;
+    {
+        const MemoryLimit limit;
+        status = made->getPresence( &fdl );
+    }
     EXPECT_EQ( status, PL_STATUS_FAILED );
     EXPECT_EQ( fdl, nullptr );
     EXPECT_EQ( ownTraces(), ( Traces{ { 5, "Using cached fdl for fan 0" },
@@ -501,14 +492,10 @@ TEST_F( MirelundPCA9555Test, CopyWithoutMemoryFails ) {
 
 // Simulation
 
-TEST( MirelundPCA9555Simulation, HealthyFanBoard ) {
-    const common::TemporaryFolder directory;
-    setenv( "ORVANLIB_SIMDIR", directory.path().c_str(), 1 );
-    Utils::isInSimulation = 1;
-    const FakeTime time;
-    ASSERT_EQ( Topology::loadTopology( R"([ { "type": "I2C", "id": 0, "ham": "OrvanSmbus",
-        "devices": [ { "did": 9 } ] } ])" ),
-               PL_STATUS_OK );
+using MirelundPCA9555Simulation = SimulationFixture;
+
+TEST_F( MirelundPCA9555Simulation, HealthyFanBoard ) {
+    loadDevices( R"({ "did": 9 })" );
     const auto description = []( const std::string &arguments ) {
         return R"({ "driver": "MirelundPCA9555", "did": 9, "name": "fans",
                     "address": { "address": 32 },
@@ -524,8 +511,7 @@ TEST( MirelundPCA9555Simulation, HealthyFanBoard ) {
                              .c_str() );
     }
     pl_led *led = pl_led_add( description( R"("id": 2)" ).c_str() );
-    FakeHost &host = FakeHost::instance();
-    EXPECT_FALSE( host.traced( 0, "Error: failed to write PCA9555 pin configuration" ) );
+    EXPECT_FALSE( host_.traced( 0, "Error: failed to write PCA9555 pin configuration" ) );
 
     for ( pl_slot *slot : slots ) {
         char *fdl = nullptr;
@@ -535,16 +521,14 @@ TEST( MirelundPCA9555Simulation, HealthyFanBoard ) {
     }
     EXPECT_EQ( led->ops->set_light_setting( led, PL_LED_STATUS_BAD ), PL_STATUS_OK );
 
-    std::string text;
-    std::getline( std::ifstream( directory.file( "MirelundPCA9555-fans" ) ), text );
     // Inputs, outputs with the second LED amber, directions.
-    EXPECT_EQ( text, "0f00ff2fff0f" );
+    EXPECT_EQ( fileText( "MirelundPCA9555", "fans" ), "0f00ff2fff0f\n" );
 
     for ( pl_slot *slot : slots ) {
         delete static_cast<Slot *>( slot->priv );
     }
     delete static_cast<Led *>( led->priv );
-    deleteSimulated( 9 );
+    deleteDevice( 9 );
 }
 
 } // namespace

@@ -1,23 +1,17 @@
 #include "OrvanGeneric/Drivers/Mirelund/MirelundPsoc.h"
 
 #include <climits>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <stdexcept>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/NotImplementedException.h"
-#include "OrvanGeneric/Topology.h"
-#include "common/TemporaryFolder.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ScriptedHam.h"
-#include "tests/support/SimulatedDevice.h"
+#include "tests/support/SimulationFixture.h"
 #include "tests/support/TracesOnAbort.h"
 
 namespace {
@@ -438,13 +432,10 @@ TEST_F( MirelundPsocTest, SimulatedRegisters ) {
     }
 }
 
-TEST( MirelundPsocSimulation, FansAndSensorsAnswerFromTheSimulationFile ) {
-    const common::TemporaryFolder directory;
-    setenv( "ORVANLIB_SIMDIR", directory.path().c_str(), 1 );
-    Utils::isInSimulation = 1;
-    ASSERT_EQ( Topology::loadTopology( R"([ { "type": "I2C", "id": 0, "ham": "OrvanSmbus",
-        "devices": [ { "did": 7 } ] } ])" ),
-               PL_STATUS_OK );
+using MirelundPsocSimulation = SimulationFixture;
+
+TEST_F( MirelundPsocSimulation, FansAndSensorsAnswerFromTheSimulationFile ) {
+    loadDevices( R"({ "did": 7 })" );
     const auto description = []( const std::string &arguments ) {
         return R"({ "driver": "MirelundPsoc", "did": 7, "name": "psoc",
                     "address": { "address": 16 }, "driverArgs": )" +
@@ -457,9 +448,7 @@ TEST( MirelundPsocSimulation, FansAndSensorsAnswerFromTheSimulationFile ) {
     pl_temp_sensor *sensor =
         pl_temp_sensor_add( description( R"({ "sensorId": 1, "register": 32 })" ).c_str(), 60, 70 );
 
-    std::string text;
-    std::getline( std::ifstream( directory.file( "MirelundPsoc-psoc" ) ), text );
-    EXPECT_EQ( text, "282727272688fe1ffe1fff56" );
+    EXPECT_EQ( fileText( "MirelundPsoc", "psoc" ), "282727272688fe1ffe1fff56\n" );
 
     int rpm = 0;
     EXPECT_EQ( fourth->ops->get_rpm( fourth, &rpm ), PL_STATUS_OK );
@@ -470,7 +459,7 @@ TEST( MirelundPsocSimulation, FansAndSensorsAnswerFromTheSimulationFile ) {
     EXPECT_EQ( sensor->ops->get_temperature( sensor, &celsius ), PL_STATUS_OK );
     EXPECT_EQ( celsius, 40.0f );
 
-    EXPECT_EQ( FakeHost::instance().fireAll(), 1 );
+    EXPECT_EQ( host_.fireAll(), 1 );
     EXPECT_EQ( fourth->ops->get_rpm( fourth, &rpm ), PL_STATUS_FAULT );
     EXPECT_EQ( third->ops->get_rpm( third, &rpm ), PL_STATUS_OK );
 
@@ -478,7 +467,7 @@ TEST( MirelundPsocSimulation, FansAndSensorsAnswerFromTheSimulationFile ) {
         delete static_cast<Component::LogicalDevice::Fan *>( fan->priv );
     }
     delete static_cast<Component::LogicalDevice::TempSensor *>( sensor->priv );
-    deleteSimulated( 7 );
+    deleteDevice( 7 );
 }
 
 } // namespace

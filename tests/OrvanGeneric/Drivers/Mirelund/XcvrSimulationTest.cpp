@@ -1,5 +1,4 @@
 /** The transceiver drivers on simulation files: what the simulated boards show, and what is kept. */
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -12,20 +11,16 @@
 #include "OrvanGeneric/DriverFactory.h"
 #include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9698.h"
 #include "OrvanGeneric/Ham/SimHam.h"
-#include "common/TemporaryFolder.h"
-#include "tests/support/FakeHost.h"
+#include "tests/support/SimulationFixture.h"
 
 namespace {
 
 using Component::LogicalDevice::QsfpXcvr;
 using Component::LogicalDevice::SfpXcvr;
 
-class XcvrSimulationTest : public testing::Test {
+class XcvrSimulationTest : public SimulationFixture {
   protected:
-    XcvrSimulationTest() {
-        setenv( "ORVANLIB_SIMDIR", folder_.path().c_str(), 1 );
-        args_.driverArgs = { { "bank-io-0", "102" }, { "bank-io-1", "102" } };
-    }
+    XcvrSimulationTest() { args_.driverArgs = { { "bank-io-0", "102" }, { "bank-io-1", "102" } }; }
 
     /** Brings a driver up as its first peripheral does. */
     void start( const std::string &driver ) {
@@ -59,13 +54,10 @@ class XcvrSimulationTest : public testing::Test {
         return false;
     }
 
-    FakeHost &host_ = FakeHost::instance();
-    FakeTime time_;
     Drivers::DriverArgs args_;
     Ham::SimHam ham_;
     std::unique_ptr<Component::HardwareDevice> device_;
     int initResult_ = -1;
-    common::TemporaryFolder folder_;
     std::string file_;
 };
 
