@@ -1,7 +1,6 @@
 #include "OrvanGeneric/Drivers/Ipmi.h"
 
 #include <cassert>
-#include <cstring>
 #include <utility>
 
 #include "OrvanGeneric/DriverArgs.h"
@@ -161,7 +160,8 @@ pl_status Ipmi::TempSensor::getTemperature( float *celsius ) {
 Ipmi::FanSlot::FanSlot( Ipmi *ipmi, int index, const std::string &fruKey,
                         const std::map<std::string, std::string> &slotArgs )
     : ipmi_( ipmi ), index_( index ), fruKey_( fruKey ), slotArgs_( slotArgs ),
-      modelName_( textArg( slotArgs, "modelName" ) ), formatFdl_( textArg( slotArgs, "fanFdl" ) ) {
+      modelName_( textArg( slotArgs, "modelName" ) ), formatFdl_( textArg( slotArgs, "fanFdl" ) ),
+      cachedFdl_( "Error: Ipmi::FanSlot strdup failed" ) {
     const auto fdlIt = slotArgs_.find( "fanFdl" );
     assert( fdlIt != slotArgs_.end() );
     const auto f2bIt = slotArgs_.find( "rpmF2B" );
@@ -177,31 +177,22 @@ pl_status Ipmi::FanSlot::getPresence( char **fdl ) {
     bool present;
     const int status = ipmi_->ipmiHam_->fanPresence( fruKey_, &present );
     if ( status != 0 || !present ) {
-        cachedFdl_.clear();
+        cachedFdl_.forget();
         return status != 0 ? Utils::hostStatus( status ) : PL_STATUS_NOT_PRESENT;
     }
-    if ( !cachedFdl_.empty() ) {
+    if ( cachedFdl_.filled() ) {
         TRACE( 5, "Using cached fdl for fan %d", index_ );
-        return handOut( fdl );
+        return cachedFdl_.copyKept( fdl );
     }
     const std::string direction = ipmi_->airflowDirection();
     formatFdl_.start();
     formatFdl_.set( "airflowDirection", direction );
     formatFdl_.set( "maxRpm", direction == backToFront ? rpmB2F_ : rpmF2B_ );
     formatFdl_.set( "modelName", modelName_ );
-    cachedFdl_ = formatFdl_.str();
-    TRACE( 5, "fan %d fdl: %s", index_, cachedFdl_.c_str() );
-    return handOut( fdl );
-}
-
-pl_status Ipmi::FanSlot::handOut( char **fdl ) const {
-    char *copy = strdup( cachedFdl_.c_str() );
-    if ( !copy ) {
-        TRACE( 0, "Error: Ipmi::FanSlot strdup failed" );
-        return PL_STATUS_FAILED;
-    }
-    *fdl = copy;
-    return PL_STATUS_OK;
+    const char *text = formatFdl_.charPtr();
+    cachedFdl_.keep( text );
+    TRACE( 5, "fan %d fdl: %s", index_, text );
+    return cachedFdl_.copyKept( fdl );
 }
 
 } // namespace Drivers

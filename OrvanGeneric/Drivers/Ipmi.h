@@ -9,6 +9,7 @@
 #include "OrvanGeneric/Components/Psu.h"
 #include "OrvanGeneric/Components/Slot.h"
 #include "OrvanGeneric/Components/TempSensor.h"
+#include "OrvanGeneric/Drivers/FieldDataCache.h"
 #include "OrvanGeneric/Drivers/Helpers.h"
 
 namespace Ham {
@@ -114,9 +115,6 @@ class Ipmi : public Component::HardwareDevice {
         pl_status getPresence( char **fdl ) override;
 
       private:
-        /** Gives the caller a copy of the cached text. */
-        pl_status handOut( char **fdl ) const;
-
         Ipmi *ipmi_;
         int index_;
         std::string fruKey_;
@@ -125,7 +123,7 @@ class Ipmi : public Component::HardwareDevice {
         std::string rpmB2F_;
         std::string modelName_;
         FormatFdl formatFdl_;
-        std::string cachedFdl_; ///< empty: none
+        FieldDataCache cachedFdl_;
     };
 
     /** Null when "hamType" is missing or there is no such Ham. */

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cassert>
-#include <cstring>
 #include <stdexcept>
 
 #include "OrvanGeneric/Components/Gpio.h"
@@ -241,30 +240,25 @@ pl_status PsuSlot::Slot::getPresence( char **fdl ) {
 }
 
 void PsuSlot::Slot::forgetFdl() {
-    cachedFdl_.reset();
+    cachedFdl_.forget();
     cachedSerial_.clear();
     cachedModel_.clear();
 }
 
 pl_status PsuSlot::Slot::giveFdl( const std::string &serial, const std::string &model,
                                   FormatFdl &format, char **fdl ) {
-    if ( cachedFdl_ && serial == cachedSerial_ && model == cachedModel_ ) {
+    if ( cachedFdl_.filled() && serial == cachedSerial_ && model == cachedModel_ ) {
         TRACE( 7, "Using cached fdl" );
     } else {
         TRACE( 0, "PSU serialNum = '%s'", serial.c_str() );
         TRACE( 0, "PSU modelName = '%s'", model.c_str() );
         format.start();
         format.set( serialKey, serial );
-        cachedFdl_.reset( strdup( format.charPtr() ) );
+        cachedFdl_.keep( format.charPtr() );
         cachedSerial_ = serial;
         cachedModel_ = model;
     }
-    char *copy = cachedFdl_ ? strdup( cachedFdl_.get() ) : nullptr;
-    if ( !copy ) {
-        return PL_STATUS_FAILED;
-    }
-    *fdl = copy;
-    return PL_STATUS_OK;
+    return cachedFdl_.copyKept( fdl );
 }
 
 pl_status PsuSlot::Slot::readSerialAndModel_( std::string &serial, std::string &model ) {

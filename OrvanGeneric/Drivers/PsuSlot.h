@@ -1,13 +1,12 @@
 #pragma once
 
-#include <cstdlib>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 
 #include "OrvanGeneric/Components/HardwareDevice.h"
 #include "OrvanGeneric/Components/Slot.h"
+#include "OrvanGeneric/Drivers/FieldDataCache.h"
 #include "OrvanGeneric/Drivers/Helpers.h"
 
 namespace Drivers {
@@ -71,10 +70,6 @@ class PsuSlot : public Component::HardwareDevice {
 
       private:
         enum IdentificationType { Pmbus, Ipmi, Ipmitool, IpmitoolRaw, Wedge, Tlv, Invalid };
-        struct Free {
-            void operator()( char *text ) const { std::free( text ); }
-        };
-        using Text = std::unique_ptr<char, Free>;
 
         bool slotFlag( const char *name ) const;
         /** Takes "model_1" and "psuFdl_1", then 2 and so on. */
@@ -85,7 +80,9 @@ class PsuSlot : public Component::HardwareDevice {
         void configureIdentification();
         /** The state of both lines, for the caller to compare with true. */
         pl_status readLines( bool &present, bool &powerOk );
+        /** Forgets the supply that was identified last. */
         void forgetFdl();
+        /** Gives the host the text of an identified supply: the cached one, or @p format filled. */
         pl_status giveFdl( const std::string &serial, const std::string &model, FormatFdl &format,
                            char **fdl );
 
@@ -106,7 +103,7 @@ class PsuSlot : public Component::HardwareDevice {
         std::map<std::string, FormatFdl> models_;
         std::string cachedSerial_;
         std::string cachedModel_;
-        Text cachedFdl_;
+        FieldDataCache cachedFdl_;
     };
 
     /** Makes the driver that a description asks for; the caller owns it. */

@@ -1,7 +1,6 @@
 #include "OrvanGeneric/Drivers/Mirelund/MirelundPCA9555.h"
 
 #include <cassert>
-#include <cstring>
 
 #include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Drivers/Pca9555Registers.h"
@@ -123,7 +122,7 @@ MirelundPCA9555::FanSlot::FanSlot( MirelundPCA9555 *expander, uint8_t index,
     : expander_( expander ), index_( index ),
       presencePin_( static_cast<uint8_t>( firstPresencePin + index ) ),
       airflowPin_( static_cast<uint8_t>( firstAirflowPin + index ) ), slotArgs_( slotArgs ),
-      formatFdl_( "" ) {
+      formatFdl_( "" ), cachedFdl_( "Error: MirelundPCA9555::FanSlot strdup failed" ) {
     const auto fdlIt = slotArgs_.find( "fanFdl" );
     assert( fdlIt != slotArgs_.end() );
     const auto f2bIt = slotArgs_.find( "rpmF2B" );
@@ -146,7 +145,7 @@ pl_status MirelundPCA9555::FanSlot::getPresence( char **fdl ) {
         return status;
     }
     if ( absent ) {
-        cachedFdl_.reset();
+        cachedFdl_.forget();
         return PL_STATUS_NOT_PRESENT;
     }
     bool backToFront;
@@ -155,35 +154,29 @@ pl_status MirelundPCA9555::FanSlot::getPresence( char **fdl ) {
         TRACE( 0, "Error: status %d reading fan %d F2B bit", status, index_ );
         return status;
     }
-    if ( cachedFdl_ && cachedAirflow_ == backToFront ) {
+    if ( cachedFdl_.filled() && cachedAirflow_ == backToFront ) {
         TRACE( 5, "Using cached fdl for fan %d", index_ );
-        return handOut( cachedFdl_.get(), fdl );
+        return cachedFdl_.copyKept( fdl );
     }
 
-    cachedFdl_.reset();
-    formatFdl_.start();
-    formatFdl_.set( "airflowDirection", backToFront ? "backToFrontAirflow" : "frontToBackAirflow" );
-    formatFdl_.set( "maxRpm", backToFront ? rpmB2F_ : rpmF2B_ );
-    formatFdl_.set( "modelName", modelName_ );
-    const char *text = formatFdl_.charPtr();
-    status = handOut( text, fdl );
+    cachedFdl_.forget();
+    const char *text = fill( backToFront );
+    status = cachedFdl_.copy( text, fdl );
     if ( status != PL_STATUS_OK ) {
         return status;
     }
     TRACE( 5, "fan %d fdl: %s", index_, text );
-    cachedFdl_.reset( strdup( text ) );
+    cachedFdl_.keep( text );
     cachedAirflow_ = backToFront;
     return PL_STATUS_OK;
 }
 
-pl_status MirelundPCA9555::FanSlot::handOut( const char *text, char **fdl ) const {
-    char *copy = strdup( text );
-    if ( !copy ) {
-        TRACE( 0, "Error: MirelundPCA9555::FanSlot strdup failed" );
-        return PL_STATUS_FAILED;
-    }
-    *fdl = copy;
-    return PL_STATUS_OK;
+const char *MirelundPCA9555::FanSlot::fill( bool backToFront ) {
+    formatFdl_.start();
+    formatFdl_.set( "airflowDirection", backToFront ? "backToFrontAirflow" : "frontToBackAirflow" );
+    formatFdl_.set( "maxRpm", backToFront ? rpmB2F_ : rpmF2B_ );
+    formatFdl_.set( "modelName", modelName_ );
+    return formatFdl_.charPtr();
 }
 
 } // namespace Drivers

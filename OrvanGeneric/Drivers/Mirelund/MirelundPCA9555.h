@@ -1,12 +1,11 @@
 #pragma once
 
-#include <cstdlib>
 #include <map>
-#include <memory>
 #include <string>
 
 #include "OrvanGeneric/Components/BlinkingLed.h"
 #include "OrvanGeneric/Components/Slot.h"
+#include "OrvanGeneric/Drivers/FieldDataCache.h"
 #include "OrvanGeneric/Drivers/GPIOExpander.h"
 #include "OrvanGeneric/Drivers/Helpers.h"
 
@@ -55,12 +54,8 @@ class MirelundPCA9555 : public GPIOExpander {
         pl_status getPresence( char **fdl ) override;
 
       private:
-        struct Free {
-            void operator()( char *text ) const { std::free( text ); }
-        };
-
-        /** Gives the caller a copy of @p text. */
-        pl_status handOut( const char *text, char **fdl ) const;
+        /** Fills the template for a module with that airflow. @return the text, until the next fill */
+        const char *fill( bool backToFront );
 
         MirelundPCA9555 *expander_;
         uint8_t index_;
@@ -71,8 +66,8 @@ class MirelundPCA9555 : public GPIOExpander {
         std::string rpmB2F_;
         std::string modelName_;
         FormatFdl formatFdl_;
-        std::unique_ptr<char, Free> cachedFdl_; ///< null: none
-        bool cachedAirflow_ = false;            ///< what cachedFdl_ was filled for
+        FieldDataCache cachedFdl_;
+        bool cachedAirflow_ = false; ///< what cachedFdl_ was filled for
     };
 
     /** Makes the driver that a description asks for; the caller owns it. */

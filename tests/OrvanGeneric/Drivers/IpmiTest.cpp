@@ -1,17 +1,15 @@
 #include "OrvanGeneric/Drivers/Ipmi.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <stdexcept>
-#include <sys/resource.h>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Ham/HamSelection.h"
 #include "tests/support/FakeHost.h"
+#include "tests/support/MemoryLimit.h"
 #include "tests/support/ScriptedIpmiHam.h"
 
 namespace {
@@ -373,28 +371,33 @@ TEST_F( IpmiFanSlotTest, ATemplateWithoutAPlaceholderAborts ) {
     EXPECT_DEATH( slot_->getPresence( &fdl ), "Invalid key in FormatFdl::set" );
 }
 
+TEST_F( IpmiFanSlotTest, AnEmptyTextIsFilledAnewEachTime ) {
+    ham_->sensors[ "FAN1" ] = "5280";
+    ham_->sensors[ "AIRFLOWDIRECTION_B1" ] = "";
+    make( with( with( without( slotArguments(), "modelName" ), "rpmF2B", "" ), "fanFdl",
+                "{airflowDirection}{maxRpm}{modelName}" ) );
+    EXPECT_EQ( presence( *slot_ ), "" );
+    ham_->sensors[ "AIRFLOWDIRECTION_B1" ] = "frontToBackAirflow";
+    EXPECT_EQ( presence( *slot_ ), "frontToBackAirflow" );
+}
+
 TEST_F( IpmiFanSlotTest, ACopyWithoutMemoryFails ) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "the sanitizer's memory cannot be limited";
 #endif
-    constexpr unsigned mebibyte = 1u << 20;
     ham_->sensors[ "FAN1" ] = "5280";
-    make( with( slotArguments(), "modelName", std::string( 16 * mebibyte, 'x' ) ) );
+    make( with( slotArguments(), "modelName", std::string( MemoryLimit::tooMuch, 'x' ) ) );
     char *fdl = nullptr;
     ASSERT_EQ( slot_->getPresence( &fdl ), PL_STATUS_OK );
     std::free( fdl );
     fdl = nullptr;
     host_.traces.clear();
 
-    unsigned long pages = 0;
-    std::ifstream( "/proc/self/statm" ) >> pages;
-    rlimit memory;
-    getrlimit( RLIMIT_AS, &memory );
-    const rlimit little = { pages * static_cast<unsigned long>( getpagesize() ) + mebibyte,
-                            memory.rlim_max };
-    setrlimit( RLIMIT_AS, &little );
-    const pl_status status = slot_->getPresence( &fdl );
-    setrlimit( RLIMIT_AS, &memory );
+    pl_status status;
+    {
+        const MemoryLimit limit;
+        status = slot_->getPresence( &fdl );
+    }
     EXPECT_EQ( status, PL_STATUS_FAILED );
     EXPECT_EQ( fdl, nullptr );
     EXPECT_EQ( host_.traces.back(), ( Trace{ 0, "Error: Ipmi::FanSlot strdup failed" } ) );

@@ -9,6 +9,7 @@
 #include "OrvanGeneric/NotImplementedException.h"
 #include "tests/OrvanGeneric/Drivers/PsuSlotFixture.h"
 #include "tests/support/AssertionFailure.h"
+#include "tests/support/MemoryLimit.h"
 #include "tests/support/SimulationFixture.h"
 
 namespace {
@@ -125,6 +126,28 @@ TEST_F( PsuSlotTest, SecondQueryUsesTheCacheAndGivesACopyOfItsOwn ) {
     EXPECT_EQ( presence( *made ), "550 W, A" );
     std::free( first );
     std::free( second );
+}
+
+TEST_F( PsuSlotTest, CopyWithoutMemoryFails ) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer's memory cannot be limited";
+#endif
+    const std::string text = std::string( MemoryLimit::tooMuch, 'x' ) + "A";
+    const auto made = slot( slotArguments(
+        "pmbus", { { "psuFdl_1", std::string( MemoryLimit::tooMuch, 'x' ) + "{serialNum}" } } ) );
+    insert( "DPS550AB6A", "A" );
+    EXPECT_EQ( presence( *made ), text );
+    host_.traces.clear();
+    char *fdl = nullptr;
+    pl_status status;
+    {
+        const MemoryLimit limit;
+        status = made->getPresence( &fdl );
+    }
+    EXPECT_EQ( status, PL_STATUS_FAILED );
+    EXPECT_EQ( fdl, nullptr );
+    EXPECT_EQ( host_.traces.back(), ( Trace{ 7, "Using cached fdl" } ) );
+    EXPECT_EQ( presence( *made ), text );
 }
 
 TEST_F( PsuSlotTest, SwappedSupplyGetsItsOwnText ) {

@@ -3,8 +3,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <memory>
-#include <sys/resource.h>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -13,6 +11,7 @@
 #include "OrvanGeneric/NotImplementedException.h"
 #include "tests/support/BlinkingLedChecks.h"
 #include "tests/support/FakeHost.h"
+#include "tests/support/MemoryLimit.h"
 #include "tests/support/ScriptedHam.h"
 #include "tests/support/SimulationFixture.h"
 
@@ -471,9 +470,8 @@ TEST_F( MirelundPCA9555Test, CopyWithoutMemoryFails ) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "the sanitizer's memory cannot be limited";
 #endif
-    constexpr unsigned mebibyte = 1u << 20;
     Arguments arguments = slotArguments( "1" );
-    arguments[ "modelName" ] = std::string( 16 * mebibyte, 'x' );
+    arguments[ "modelName" ] = std::string( MemoryLimit::tooMuch, 'x' );
     std::unique_ptr<Slot> made( expander_->newSlot( withArguments( arguments ) ) );
     char *fdl = nullptr;
     ASSERT_EQ( made->getPresence( &fdl ), PL_STATUS_OK );
@@ -481,15 +479,11 @@ TEST_F( MirelundPCA9555Test, CopyWithoutMemoryFails ) {
     fdl = nullptr;
     host_.traces.clear();
 
-    unsigned long pages = 0;
-    std::ifstream( "/proc/self/statm" ) >> pages;
-    rlimit memory;
-    getrlimit( RLIMIT_AS, &memory );
-    const rlimit little = { pages * static_cast<unsigned long>( getpagesize() ) + mebibyte,
-                            memory.rlim_max };
-    setrlimit( RLIMIT_AS, &little );
-    const pl_status status = made->getPresence( &fdl );
-    setrlimit( RLIMIT_AS, &memory );
+    pl_status status;
+    {
+        const MemoryLimit limit;
+        status = made->getPresence( &fdl );
+    }
     EXPECT_EQ( status, PL_STATUS_FAILED );
     EXPECT_EQ( fdl, nullptr );
     EXPECT_EQ( ownTraces(), ( Traces{ { 5, "Using cached fdl for fan 0" },
