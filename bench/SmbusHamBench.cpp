@@ -1,46 +1,27 @@
 // A batch of word reads through the SMBus Ham, against the bare exchange of the same bytes.
 
 #include <PLSocket.h>
+#include <chrono>
 #include <cstdlib>
-#include <cstring>
+#include <optional>
 #include <poll.h>
 #include <string>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <thread>
-#include <unistd.h>
 #include <vector>
 
 #include "OrvanGeneric/Ham/OrvanSmbusHam.h"
 #include "OrvanGeneric/Orvan.h"
 #include "bench/Ratio.h"
+#include "common/Descriptor.h"
+#include "common/Frame.h"
+#include "common/TemporaryFolder.h"
+#include "common/UnixSocket.h"
 #include "tests/support/AllocationCounter.h"
 
 namespace {
 
 constexpr int wordReads = 8;
-constexpr size_t prefixSize = 4;
-
-std::string framed( const google::protobuf::Message &message ) {
-    const std::string body = message.SerializeAsString();
-    std::string frame( prefixSize, '\0' );
-    for ( size_t i = 0; i < prefixSize; ++i ) {
-        frame[ i ] = static_cast<char>( body.size() >> 8 * ( prefixSize - 1 - i ) );
-    }
-    return frame + body;
-}
-
-bool readExactly( int fd, char *data, size_t size ) {
-    while ( size ) {
-        const ssize_t n = read( fd, data, size );
-        if ( n <= 0 ) {
-            return false;
-        }
-        data += n;
-        size -= static_cast<size_t>( n );
-    }
-    return true;
-}
 
 /** Answers every frame on every connection with the same reply, built once. */
 class Responder {
@@ -50,73 +31,57 @@ class Responder {
         for ( int i = 0; i < wordReads; ++i ) {
             response.add_responses()->set_data( "\x34\x12" );
         }
-        reply = framed( response );
-        char directory[] = "/tmp/orvan-bench-XXXXXX";
-        path_ = std::string( mkdtemp( directory ) ) + "/s";
-        listener_ = socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
-        const sockaddr_un at = address();
-        if ( bind( listener_, reinterpret_cast<const sockaddr *>( &at ), sizeof( at ) ) < 0 ||
-             listen( listener_, 4 ) < 0 ) {
-            std::abort();
-        }
+        reply = common::framed( response.SerializeAsString() );
         setenv( "PL_SMBUS_SOCKET", path_.c_str(), 1 );
-        std::thread( [ this ] { serve(); } ).detach();
+        thread_ = std::thread( [ this ] { serve(); } );
     }
 
     ~Responder() {
-        unlink( path_.c_str() );
-        rmdir( path_.substr( 0, path_.rfind( '/' ) ).c_str() );
+        shutdown( listener_.get(), SHUT_RDWR ); // ends the thread's wait
+        thread_.join();
     }
+    Responder( const Responder & ) = delete;
+    Responder &operator=( const Responder & ) = delete;
 
-    int connected() const {
-        const int fd = socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
-        const sockaddr_un to = address();
-        if ( connect( fd, reinterpret_cast<const sockaddr *>( &to ), sizeof( to ) ) < 0 ) {
-            std::abort();
-        }
-        return fd;
+    /** A new connection to it. */
+    common::Descriptor connected() const {
+        return common::connectTo( path_, std::chrono::seconds( 10 ) );
     }
 
     std::string reply;
 
   private:
-    sockaddr_un address() const {
-        sockaddr_un at = {};
-        at.sun_family = AF_UNIX;
-        std::strncpy( at.sun_path, path_.c_str(), sizeof( at.sun_path ) - 1 );
-        return at;
-    }
-
     /** One thread for all connections, as the service has, so that both sides wake the same one. */
     void serve() const {
-        std::vector<pollfd> polled = { { listener_, POLLIN, 0 } };
-        std::vector<char> body;
+        std::vector<common::Descriptor> connections;
+        std::vector<pollfd> polled = { { listener_.get(), POLLIN, 0 } };
         while ( poll( polled.data(), polled.size(), -1 ) > 0 ) {
-            if ( polled[ 0 ].revents ) {
-                polled.push_back( { accept( listener_, nullptr, nullptr ), POLLIN, 0 } );
-            }
             for ( size_t i = 1; i < polled.size(); ++i ) {
-                if ( !polled[ i ].revents || answer( polled[ i ].fd, body ) ) {
-                    continue;
+                if ( polled[ i ].revents && !answer( connections[ i - 1 ] ) ) {
+                    connections.erase( connections.begin() + static_cast<ptrdiff_t>( i - 1 ) );
+                    polled.erase( polled.begin() + static_cast<ptrdiff_t>( i-- ) );
                 }
-                close( polled[ i ].fd );
-                polled.erase( polled.begin() + static_cast<ptrdiff_t>( i-- ) );
+            }
+            if ( polled[ 0 ].revents ) {
+                const int accepted = accept( listener_.get(), nullptr, nullptr );
+                if ( accepted < 0 ) {
+                    return;
+                }
+                connections.emplace_back( accepted );
+                polled.push_back( { accepted, POLLIN, 0 } );
             }
         }
     }
 
-    bool answer( int fd, std::vector<char> &body ) const {
-        unsigned char prefix[ prefixSize ];
-        if ( !readExactly( fd, reinterpret_cast<char *>( prefix ), prefixSize ) ) {
-            return false;
-        }
-        body.resize( static_cast<size_t>( prefix[ 2 ] ) << 8 | prefix[ 3 ] );
-        return readExactly( fd, body.data(), body.size() ) &&
-               send( fd, reply.data(), reply.size(), MSG_NOSIGNAL ) > 0;
+    bool answer( const common::Descriptor &connection ) const {
+        static common::FrameDecoder frame; // one thread answers
+        return common::receiveFrame( connection, frame ) && common::sendAll( connection, reply );
     }
 
-    std::string path_;
-    int listener_;
+    common::TemporaryFolder folder_{ "orvan-bench" };
+    std::string path_ = folder_.file( "s" );
+    common::Descriptor listener_ = common::listenOn( path_ );
+    std::thread thread_;
 };
 
 unsigned batch( Ham::OrvanSmbusHam &ham ) {
@@ -158,9 +123,9 @@ void SmbusHamBatchAgainstBareExchange( benchmark::State &state ) {
         entry->set_mastertype( Smbus::I2C );
         entry->set_pec( false );
     }
-    const std::string frame = framed( request );
-    const int bare = responder.connected();
-    std::vector<char> received( responder.reply.size() );
+    const std::string frame = common::framed( request.SerializeAsString() );
+    const common::Descriptor bare = responder.connected();
+    std::string received( responder.reply.size(), '\0' );
 
     constexpr int exchangesPerTurn = 20;
     bench::compare(
@@ -172,15 +137,11 @@ void SmbusHamBatchAgainstBareExchange( benchmark::State &state ) {
         },
         [ & ] {
             for ( int i = 0; i < exchangesPerTurn; ++i ) {
-                if ( send( bare, frame.data(), frame.size(), MSG_NOSIGNAL ) < 0 ) {
-                    std::abort();
-                }
-                if ( !readExactly( bare, received.data(), received.size() ) ) {
+                if ( !common::sendAll( bare, frame ) || !common::receiveAll( bare, received ) ) {
                     std::abort();
                 }
             }
         } );
-    close( bare );
     {
         const support::AllocationCounter allocations;
         batch( ham );

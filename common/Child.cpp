@@ -208,6 +208,13 @@ Child::~Child() {
     end();
 }
 
+bool Child::runs() {
+    if ( pid_ > 0 && ::waitpid( pid_, nullptr, WNOHANG ) != 0 ) {
+        pid_ = -1;
+    }
+    return pid_ > 0;
+}
+
 void Child::signal( int signal ) const {
     if ( pid_ > 0 ) {
         ::kill( pid_, signal );

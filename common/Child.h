@@ -59,6 +59,8 @@ class Child {
 
     /** Its process id; -1 once its end has been collected. */
     pid_t pid() const { return pid_; }
+    /** Whether it has not ended yet; its end is collected by this. */
+    bool runs();
     /** Sends it @p signal. */
     void signal( int signal ) const;
     /** Waits for its end and collects it. There must be a child. */

@@ -131,4 +131,16 @@ bool receiveAll( const Descriptor &socket, std::span<char> room ) {
     return true;
 }
 
+bool receiveFrame( const Descriptor &socket, FrameDecoder &frame ) {
+    frame.restart();
+    while ( !frame.complete() ) {
+        const auto room = frame.room();
+        if ( !receiveAll( socket, room ) ) {
+            return false;
+        }
+        frame.received( room.size() );
+    }
+    return true;
+}
+
 } // namespace common

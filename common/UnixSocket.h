@@ -12,6 +12,7 @@
 #include <system_error>
 
 #include "common/Descriptor.h"
+#include "common/Frame.h"
 
 namespace common {
 
@@ -64,5 +65,11 @@ bool sendAll( const Descriptor &socket, std::string_view bytes );
 
 /** Receives exactly as many bytes as fit @p room. @return false as for sendAll(). */
 bool receiveAll( const Descriptor &socket, std::span<char> room );
+
+/**
+ * Receives the next frame whole; frame.message() is then its message. What @p frame held is forgotten.
+ * @return false as for sendAll(). Throws FrameError for a header's claim.
+ */
+bool receiveFrame( const Descriptor &socket, FrameDecoder &frame );
 
 } // namespace common

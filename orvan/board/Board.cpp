@@ -27,8 +27,7 @@ class Loader {
         peripheral.name = value[ "name" ].GetString();
         const auto [ it, isNew ] = names_.emplace( peripheral.name, pointer );
         if ( !isNew ) {
-            problems_.error( file_.name, pointerTo( pointer, std::string( "name" ) ),
-                             &value[ "name" ],
+            problems_.error( file_.name, common::pointerTo( pointer, "name" ), &value[ "name" ],
                              "a name of its own: " + it->second + " has the same" );
         }
         if ( peripheral.kind == "temp_sensor" ) {
@@ -39,7 +38,7 @@ class Loader {
             peripheral.critical = value[ "critical" ].GetFloat();
         }
         Value &description = value[ "description" ];
-        const std::string where = pointerTo( pointer, std::string( "description" ) );
+        const std::string where = common::pointerTo( pointer, "description" );
         if ( peripheral.kind == "system" ) {
             peripheral.device = compactJson( description );
             check_.system( file_, pointer );
@@ -74,7 +73,7 @@ class Loader {
         Service service{};
         if ( !DescriptionCheck::serviceOf( peripheral.kind, peripheral.args, service ) ) {
             const std::string pointer =
-                pointerTo( pointerTo( where, std::string( "driverArgs" ) ), std::string( "type" ) );
+                common::pointerTo( common::pointerTo( where, "driverArgs" ), "type" );
             const auto type = peripheral.args.find( "type" );
             problems_.errorText( file_.name, pointer,
                                  type == peripheral.args.end() ? "" : "\"" + type->second + "\"",
@@ -171,7 +170,7 @@ void loadBoard( const std::filesystem::path &folder, Board &board, Problems &pro
     }
     Loader loader( board, peripherals, problems );
     for ( SizeType i = 0; i < peripherals.document.Size(); ++i ) {
-        loader.peripheral( peripherals.document[ i ], pointerTo( "", i ) );
+        loader.peripheral( peripherals.document[ i ], common::pointerTo( "", i ) );
     }
 }
 

@@ -22,7 +22,7 @@ constexpr const char *anyDriver = "Dummy"; // what a device without a driver nam
 constexpr const char *knownHams[] = { "OrvanSmbus", "SimHam" };
 
 std::string argPointer( const std::string &pointer, const char *name ) {
-    return pointerTo( pointerTo( pointer, std::string( "driverArgs" ) ), std::string( name ) );
+    return common::pointerTo( common::pointerTo( pointer, "driverArgs" ), name );
 }
 
 } // namespace
@@ -159,8 +159,8 @@ const DriverRow *DescriptionCheck::referencedDriver( const DevicePlace &device,
     if ( expected.empty() ) {
         return driver;
     }
-    problems_.error( topologyFile_.name, pointerTo( device.pointer, std::string( "driver" ) ),
-                     &declared, expected );
+    problems_.error( topologyFile_.name, common::pointerTo( device.pointer, "driver" ), &declared,
+                     expected );
     return nullptr;
 }
 
@@ -170,7 +170,8 @@ void DescriptionCheck::referenced( const JsonFile &file, const Value *value,
                                    const char *wantedDriver ) {
     const DevicePlace *device = topology_.deviceLabelled( label );
     if ( !device || !device->inlineDeclared() ) {
-        problems_.errorText( file.name, pointer, value ? shortJson( *value ) : "\"" + label + "\"",
+        problems_.errorText( file.name, pointer,
+                             value ? common::shortJson( *value ) : "\"" + label + "\"",
                              fmt::format( "a device labelled \"{}\" in the topology, declared "
                                           "inline with \"driver\" and \"address\"",
                                           label ) );
@@ -184,9 +185,8 @@ void DescriptionCheck::referenced( const JsonFile &file, const Value *value,
                            argTexts( *device->object ) };
     const auto ham = device->object->FindMember( "provideHam" );
     if ( ham != device->object->MemberEnd() && ham->value.GetUint() == 0 ) {
-        problems_.error( topologyFile_.name,
-                         pointerTo( device->pointer, std::string( "provideHam" ) ), &ham->value,
-                         "1, since " + pointer + " uses the device" );
+        problems_.error( topologyFile_.name, common::pointerTo( device->pointer, "provideHam" ),
+                         &ham->value, "1, since " + pointer + " uses the device" );
     }
     if ( sharesDriver( subject, device->did, *driver, false, Service::Gpio ) ) {
         arguments( subject, driver->creation );
@@ -221,7 +221,7 @@ void DescriptionCheck::place( const Subject &subject, const DriverRow &driver ) 
     if ( value.HasMember( "provideHam" ) && value[ "provideHam" ].GetUint() == 0 ) {
         if ( !( driver.traits & Drivers::Table::NeedsNoHam ) ) {
             problems_.error(
-                subject.file.name, pointerTo( subject.pointer, std::string( "provideHam" ) ),
+                subject.file.name, common::pointerTo( subject.pointer, "provideHam" ),
                 &value[ "provideHam" ],
                 fmt::format( "1, since driver \"{}\" reaches its device", driver.name ) );
         }
@@ -233,7 +233,7 @@ void DescriptionCheck::place( const Subject &subject, const DriverRow &driver ) 
     const char *key = value.HasMember( "uid" ) ? "uid" : "did";
     const uint32_t id = value[ key ].GetUint();
     const DevicePlace *device = *key == 'u' ? topology_.component( id ) : topology_.device( id );
-    const std::string pointer = pointerTo( subject.pointer, std::string( key ) );
+    const std::string pointer = common::pointerTo( subject.pointer, key );
     if ( !device ) {
         problems_.error( subject.file.name, pointer, &value[ key ],
                          *key == 'u' ? "the id of a component of the topology"
@@ -259,7 +259,7 @@ void DescriptionCheck::place( const Subject &subject, const DriverRow &driver ) 
 /** The driver that @p subject names, if it makes @p service. Null after an error. */
 const DriverRow *DescriptionCheck::wantedDriver( const Subject &subject, Service service ) {
     const Value &value = subject.value;
-    const std::string driverPointer = pointerTo( subject.pointer, std::string( "driver" ) );
+    const std::string driverPointer = common::pointerTo( subject.pointer, "driver" );
     const DriverRow *driver = findDriver( value[ "driver" ].GetString() );
     if ( !driver ) {
         problems_.error( subject.file.name, driverPointer, &value[ "driver" ],
@@ -285,7 +285,7 @@ void DescriptionCheck::check( const Subject &subject, Service service ) {
         value.HasMember( "isMultiDevice" ) && value[ "isMultiDevice" ].IsTrue();
     if ( multiDevice != static_cast<bool>( driver->traits & Drivers::Table::IsMultiDevice ) ) {
         problems_.error(
-            subject.file.name, pointerTo( subject.pointer, std::string( "isMultiDevice" ) ),
+            subject.file.name, common::pointerTo( subject.pointer, "isMultiDevice" ),
             multiDevice ? &value[ "isMultiDevice" ] : nullptr,
             fmt::format( "{} for driver \"{}\"", multiDevice ? "false" : "true", driver->name ) );
         return;
@@ -303,7 +303,7 @@ void DescriptionCheck::check( const Subject &subject, Service service ) {
     numbered( subject, row->numbered );
     if ( driver->traits & Drivers::Table::ReadsPsuExpander ) {
         referenced( subject.file, &value[ "driver" ],
-                    pointerTo( subject.pointer, std::string( "driver" ) ), psuExpander,
+                    common::pointerTo( subject.pointer, "driver" ), psuExpander,
                     psuExpanderDriver );
     }
     if ( multiDevice ) {
@@ -313,14 +313,15 @@ void DescriptionCheck::check( const Subject &subject, Service service ) {
 
 /** The parts of a multi-device: each is added as a slot, with the slot's own arguments put in. */
 void DescriptionCheck::nested( const Subject &subject ) {
-    const std::string base = pointerTo( subject.pointer, std::string( "multiDeviceArgs" ) );
+    const std::string base = common::pointerTo( subject.pointer, "multiDeviceArgs" );
     if ( !subject.value.HasMember( "multiDeviceArgs" ) ) {
         problems_.error( subject.file.name, base, nullptr,
                          "an object of nested device descriptions (the key is missing)" );
         return;
     }
     for ( const auto &member : subject.value[ "multiDeviceArgs" ].GetObject() ) {
-        const std::string pointer = pointerTo( base, std::string( member.name.GetString() ) );
+        const std::string pointer =
+            common::pointerTo( base, std::string( member.name.GetString() ) );
         JsonFile part;
         if ( !parseJsonText( subject.file.name + " at " + pointer, member.value.GetString(), part,
                              problems_ ) ||

@@ -67,7 +67,7 @@ struct TopologyIndex::Builder {
         for ( const auto &member : object.GetObject() ) {
             const std::string_view key( member.name.GetString(), member.name.GetStringLength() );
             if ( std::find( known.begin(), known.end(), key ) == known.end() ) {
-                problems.warning( file.name, pointerTo( pointer, std::string( key ) ),
+                problems.warning( file.name, common::pointerTo( pointer, key ),
                                   "unknown key, ignored by the library" );
             }
         }
@@ -80,7 +80,7 @@ struct TopologyIndex::Builder {
         const std::string text = node[ "label" ].GetString();
         const auto [ it, isNew ] = labelPointers.emplace( text, pointer );
         if ( !isNew ) {
-            error( pointerTo( pointer, "label" ), node[ "label" ],
+            error( common::pointerTo( pointer, "label" ), node[ "label" ],
                    "a label of its own: " + it->second + " has the same" );
         }
         index.labels_[ text ] = did;
@@ -93,9 +93,9 @@ struct TopologyIndex::Builder {
             return;
         }
         const Value &elements = node[ key ];
-        const std::string base = pointerTo( pointer, std::string( key ) );
+        const std::string base = common::pointerTo( pointer, key );
         for ( SizeType i = 0; i < elements.Size(); ++i ) {
-            each( elements[ i ], pointerTo( base, i ) );
+            each( elements[ i ], common::pointerTo( base, i ) );
         }
     }
 
@@ -107,7 +107,7 @@ struct TopologyIndex::Builder {
         array( node, key, pointer, [ & ]( const Value &element, const std::string &where ) {
             const auto [ it, isNew ] = seen.emplace( element[ "id" ].GetInt64(), where );
             if ( !isNew ) {
-                error( pointerTo( where, "id" ), element[ "id" ],
+                error( common::pointerTo( where, "id" ), element[ "id" ],
                        fmt::format( "{} of its own: {} has the same", what, it->second ) );
             }
             each( element, where );
@@ -126,7 +126,7 @@ struct TopologyIndex::Builder {
         label( node, pointer, place.did );
         const auto [ it, isNew ] = index.devices_.emplace( place.did, place );
         if ( !isNew ) {
-            error( pointerTo( pointer, "did" ), node[ "did" ],
+            error( common::pointerTo( pointer, "did" ), node[ "did" ],
                    "a device id of its own: " + it->second.pointer + " has the same" );
         }
         if ( place.inlineDeclared() ) {
@@ -136,7 +136,7 @@ struct TopologyIndex::Builder {
             label( part, where, std::nullopt );
             const uint32_t uid = part[ "uid" ].GetUint();
             if ( !index.components_.emplace( uid, place.did ).second ) {
-                error( pointerTo( where, "uid" ), part[ "uid" ],
+                error( common::pointerTo( where, "uid" ), part[ "uid" ],
                        fmt::format(
                            "a component id of its own: device {} has a component with the same",
                            index.components_.at( uid ) ) );
@@ -151,11 +151,11 @@ struct TopologyIndex::Builder {
         const std::string driver = node[ "driver" ].GetString();
         // An empty name is filled in by whoever looks the device up by its label.
         if ( !driver.empty() && !findDriver( driver ) ) {
-            error( pointerTo( pointer, "driver" ), node[ "driver" ],
+            error( common::pointerTo( pointer, "driver" ), node[ "driver" ],
                    "a driver of the library: " + driverNames() );
         }
         if ( node.HasMember( "isMultiDevice" ) && node[ "isMultiDevice" ].IsTrue() ) {
-            error( pointerTo( pointer, "isMultiDevice" ), node[ "isMultiDevice" ],
+            error( common::pointerTo( pointer, "isMultiDevice" ), node[ "isMultiDevice" ],
                    "false: a device of the topology is a single one" );
         }
     }
@@ -220,13 +220,13 @@ struct TopologyIndex::Builder {
     void muxChips( const Value &node, const std::string &pointer ) {
         if ( node.IsArray() ) {
             for ( SizeType i = 0; i < node.Size(); ++i ) {
-                muxChips( node[ i ], pointerTo( pointer, i ) );
+                muxChips( node[ i ], common::pointerTo( pointer, i ) );
             }
             return;
         }
         for ( const char *key : { "accelerators", "busses", "muxes" } ) {
             if ( node.HasMember( key ) ) {
-                muxChips( node[ key ], pointerTo( pointer, std::string( key ) ) );
+                muxChips( node[ key ], common::pointerTo( pointer, key ) );
             }
         }
         array( node, "muxes", pointer, [ & ]( const Value &element, const std::string &where ) {
@@ -236,7 +236,7 @@ struct TopologyIndex::Builder {
 
     void muxChip( const Value &node, const std::string &pointer ) {
         const DevicePlace *chip = index.device( node[ "did" ].GetUint() );
-        const std::string where = pointerTo( pointer, "did" );
+        const std::string where = common::pointerTo( pointer, "did" );
         if ( !chip ) {
             error( where, node[ "did" ], "the id of a device of this topology: the mux chip" );
             return;
@@ -249,7 +249,7 @@ struct TopologyIndex::Builder {
         }
         const DriverRow *driver = findDriver( ( *chip->object )[ "driver" ].GetString() );
         if ( !driver || !serviceRow( *driver, Service::Mux ) ) {
-            error( pointerTo( chip->pointer, "driver" ), ( *chip->object )[ "driver" ],
+            error( common::pointerTo( chip->pointer, "driver" ), ( *chip->object )[ "driver" ],
                    "a mux driver, since " + pointer +
                        " is this chip: " + driverNames( Service::Mux ) );
         }
@@ -279,7 +279,7 @@ void TopologyIndex::build( const JsonFile &file, Problems &problems ) {
     }
     Builder builder{ *this, file, problems, {} };
     for ( SizeType i = 0; i < file.document.Size(); ++i ) {
-        builder.medium( file.document[ i ], pointerTo( "", i ) );
+        builder.medium( file.document[ i ], common::pointerTo( "", i ) );
     }
     if ( !problems.hasErrors() ) {
         builder.muxChips( file.document, "" );

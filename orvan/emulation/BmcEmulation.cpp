@@ -2,23 +2,25 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
 #include <iterator>
 #include <poll.h>
-#include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include <fmt/core.h>
 
+#include "common/Child.h"
 #include "orvan/base/Errors.h"
 #include "orvan/emulation/BmcProbe.h"
-#include "orvan/emulation/PrivateFolder.h"
 
 namespace orvan {
 
@@ -35,7 +37,7 @@ constexpr const char *compiledSensors = "state/ipmi_sim/bmc/sdr.20.main";
 
 constexpr int portAttempts = 5;
 constexpr int probeIntervalMs = 20;
-constexpr int politeEndMs = 1000;
+constexpr std::chrono::milliseconds politeEnd{ 1000 };
 
 std::string textOf( const fs::path &file ) {
     std::ifstream stream( file, std::ios::binary );
@@ -49,36 +51,24 @@ void replaceAll( std::string &text, const std::string &from, const std::string &
     }
 }
 
-/** In a child: becomes @p words in @p folder, with nothing to read and its output in the log. */
-[[noreturn]] void become( std::vector<std::string> words, const std::string &folder ) {
-    std::vector<char *> arguments;
-    for ( std::string &word : words ) {
-        arguments.push_back( word.data() );
-    }
-    arguments.push_back( nullptr );
-    if ( ::chdir( folder.c_str() ) == 0 ) {
-        const int nothing = ::open( "/dev/null", O_RDONLY );
-        const int log = ::open( logFile, O_CREAT | O_WRONLY | O_TRUNC, 0600 );
-        ::dup2( nothing, STDIN_FILENO );
-        ::dup2( log, STDOUT_FILENO );
-        ::dup2( log, STDERR_FILENO );
-        ::execvp( arguments[ 0 ], arguments.data() );
-        static_cast<void>( !::write( log, "cannot be started: ", 19 ) );
-        const char *why = std::strerror( errno );
-        static_cast<void>( !::write( log, why, std::strlen( why ) ) );
-    }
-    ::_exit( 127 );
-}
-
-void endChild( pid_t child ) {
-    ::kill( child, SIGTERM );
-    for ( int waited = 0; ::waitpid( child, nullptr, WNOHANG ) == 0; waited += probeIntervalMs ) {
-        if ( waited >= politeEndMs ) {
-            ::kill( child, SIGKILL );
-            ::waitpid( child, nullptr, 0 );
-            return;
-        }
-        ::poll( nullptr, 0, probeIntervalMs );
+/** Starts @p words in @p folder, with nothing to read and its output in the log there. */
+common::Child startLogged( const std::vector<std::string> &words, const std::string &folder ) {
+    const common::Descriptor nothing( ::open( "/dev/null", O_RDONLY | O_CLOEXEC ) );
+    const common::Descriptor log( ::open( ( folder + "/" + logFile ).c_str(),
+                                          O_CREAT | O_WRONLY | O_TRUNC | O_CLOEXEC, 0600 ) );
+    common::ChildOptions how;
+    how.folder = folder;
+    how.descriptors = { { STDIN_FILENO, nothing.get() },
+                        { STDOUT_FILENO, log.get() },
+                        { STDERR_FILENO, log.get() } };
+    how.signalAtParentsEnd = SIGKILL;
+    how.endLimit = politeEnd;
+    try {
+        return common::Child( words, how );
+    } catch ( const std::system_error &error ) { // told as whatever else the program says
+        const std::string why = "cannot be started: " + error.code().message();
+        static_cast<void>( !::write( log.get(), why.data(), why.size() ) );
+        return {};
     }
 }
 
@@ -87,39 +77,27 @@ void endChild( pid_t child ) {
  * the lifeline closes, and the keeper ends the simulator and removes its folder.
  */
 [[noreturn]] void keep( const std::vector<std::string> &simulator, const std::string &folder,
-                        int lifeline, int news ) {
+                        const common::Descriptor &lifeline, common::Descriptor &news ) {
     // A terminal's Ctrl-C is for orvan alone.
     ::setpgid( 0, 0 );
     for ( const int signal : { SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGABRT } ) {
         ::signal( signal, SIG_DFL );
     }
-    sigset_t childEnds, before;
+    sigset_t childEnds;
     sigemptyset( &childEnds );
     sigaddset( &childEnds, SIGCHLD );
-    ::sigprocmask( SIG_BLOCK, &childEnds, &before );
-    const int childNews = ::signalfd( -1, &childEnds, SFD_CLOEXEC );
+    ::sigprocmask( SIG_BLOCK, &childEnds, nullptr );
+    const common::Descriptor childNews( ::signalfd( -1, &childEnds, SFD_CLOEXEC ) );
 
-    const pid_t child = ::fork();
-    if ( child == 0 ) {
-        ::sigprocmask( SIG_SETMASK, &before, nullptr );
-        ::prctl( PR_SET_PDEATHSIG, SIGKILL );
-        become( simulator, folder );
-    }
-    bool runs = child > 0;
-    if ( !runs ) {
-        ::close( news );
-    }
-    pollfd states[] = { { lifeline, POLLIN, 0 }, { childNews, POLLIN, 0 } };
+    common::Child child = startLogged( simulator, folder );
+    pollfd states[] = { { lifeline.get(), POLLIN, 0 }, { childNews.get(), POLLIN, 0 } };
     while ( ( states[ 0 ].revents & ( POLLIN | POLLHUP ) ) == 0 ) {
-        ::poll( states, runs ? 2 : 1, -1 );
-        if ( runs && ::waitpid( child, nullptr, WNOHANG ) == child ) {
-            runs = false;
-            ::close( news );
+        if ( !child.runs() ) {
+            news.close();
         }
+        ::poll( states, news ? 2 : 1, -1 );
     }
-    if ( runs ) {
-        endChild( child );
-    }
+    child.end();
     std::error_code ignored;
     fs::remove_all( folder, ignored );
     ::_exit( 0 );
@@ -140,7 +118,7 @@ BmcEmulation::BmcEmulation( const BmcOptions &options ) {
     }
     try {
         for ( int attempt = 1;; ++attempt ) {
-            folder_ = makePrivateFolder();
+            folder_.emplace();
             copyFiles( options );
             compileSensors( options );
             choosePorts();
@@ -155,6 +133,9 @@ BmcEmulation::BmcEmulation( const BmcOptions &options ) {
             }
             end();
         }
+    } catch ( const std::system_error &error ) {
+        end();
+        throw BadInput( error.what() );
     } catch ( ... ) {
         end();
         throw;
@@ -167,8 +148,8 @@ BmcEmulation::~BmcEmulation() {
 
 void BmcEmulation::copyFiles( const BmcOptions &options ) const {
     try {
-        fs::copy( options.board / "bmc", folder_, fs::copy_options::recursive );
-        fs::create_directories( ( fs::path( folder_ ) / compiledSensors ).parent_path() );
+        fs::copy( options.board / "bmc", folder_->path(), fs::copy_options::recursive );
+        fs::create_directories( ( fs::path( folder_->path() ) / compiledSensors ).parent_path() );
     } catch ( const fs::filesystem_error &error ) {
         throw BadInput( fmt::format( "cannot copy the BMC's files: {}", error.what() ) );
     }
@@ -178,13 +159,8 @@ void BmcEmulation::compileSensors( const BmcOptions &options ) const {
     // Plain names: the packed ones of the compiler's default are not read back as written.
     const std::vector<std::string> words = { options.sensorCompiler, "-8", "-o", compiledSensors,
                                              sensorFile };
-    const pid_t child = ::fork();
-    if ( child == 0 ) {
-        become( words, folder_ );
-    }
-    int status = 0;
-    ::waitpid( child, &status, 0 );
-    if ( !WIFEXITED( status ) || WEXITSTATUS( status ) != 0 ) {
+    common::Child compiler = startLogged( words, folder_->path() );
+    if ( compiler.pid() < 0 || !compiler.wait().good() ) {
         throw BadInput( fmt::format( "{}: {} cannot compile it: {}",
                                      ( options.board / "bmc" / sensorFile ).string(),
                                      options.sensorCompiler, complaint() ) );
@@ -194,38 +170,34 @@ void BmcEmulation::compileSensors( const BmcOptions &options ) const {
 void BmcEmulation::choosePorts() {
     port_ = freeUdpPort();
     console_ = freeTcpPort();
-    std::string network = textOf( fs::path( folder_ ) / networkFile );
+    std::string network = textOf( fs::path( folder_->path() ) / networkFile );
     replaceAll( network, "$LAN_PORT", std::to_string( port_ ) );
     replaceAll( network, "$CONSOLE_PORT", std::to_string( console_ ) );
-    std::ofstream( fs::path( folder_ ) / networkFile, std::ios::binary ) << network;
+    std::ofstream( fs::path( folder_->path() ) / networkFile, std::ios::binary ) << network;
 }
 
 void BmcEmulation::start( const BmcOptions &options ) {
-    int lifeline[ 2 ], news[ 2 ];
-    if ( ::pipe2( lifeline, O_CLOEXEC ) != 0 || ::pipe2( news, O_CLOEXEC ) != 0 ) {
-        throw BadInput( fmt::format( "cannot make a pipe: {}", std::strerror( errno ) ) );
-    }
+    common::Pipe lifeline = common::makePipe();
+    common::Pipe news = common::makePipe();
     keeper_ = ::fork();
     if ( keeper_ == 0 ) {
-        ::close( lifeline[ 1 ] );
-        ::close( news[ 0 ] );
+        lifeline.writeEnd.close();
+        news.readEnd.close();
         keep( { options.simulator, "-c", networkFile, "-f", emulationFile, "-s", "state", "-n" },
-              folder_, lifeline[ 0 ], news[ 1 ] );
+              folder_->path(), lifeline.readEnd, news.writeEnd );
     }
-    ::close( lifeline[ 0 ] );
-    ::close( news[ 1 ] );
-    lifeline_ = lifeline[ 1 ];
-    news_ = news[ 0 ];
     if ( keeper_ < 0 ) {
         throw BadInput(
             fmt::format( "cannot start {}: {}", options.simulator, std::strerror( errno ) ) );
     }
+    lifeline_ = std::move( lifeline.writeEnd );
+    news_ = std::move( news.readEnd );
 }
 
 bool BmcEmulation::awaitAnswer( const BmcOptions &options ) {
     const BmcProbe probe( port_ );
     const auto limit = std::chrono::steady_clock::now() + options.startLimit;
-    pollfd states[] = { { probe.descriptor(), POLLIN, 0 }, { news_, POLLIN, 0 } };
+    pollfd states[] = { { probe.descriptor(), POLLIN, 0 }, { news_.get(), POLLIN, 0 } };
     while ( std::chrono::steady_clock::now() < limit ) {
         probe.ask();
         ::poll( states, std::size( states ), probeIntervalMs );
@@ -245,7 +217,7 @@ bool BmcEmulation::awaitAnswer( const BmcOptions &options ) {
 }
 
 std::string BmcEmulation::complaint() const {
-    std::string text = textOf( fs::path( folder_ ) / logFile );
+    std::string text = textOf( fs::path( folder_->path() ) / logFile );
     while ( !text.empty() && ( text.back() == '\n' || text.back() == ' ' ) ) {
         text.pop_back();
     }
@@ -254,21 +226,13 @@ std::string BmcEmulation::complaint() const {
 }
 
 void BmcEmulation::end() {
-    for ( int *fd : { &lifeline_, &news_ } ) {
-        if ( *fd >= 0 ) {
-            ::close( *fd );
-        }
-        *fd = -1;
-    }
+    lifeline_.close();
+    news_.close();
     if ( keeper_ > 0 ) {
         ::waitpid( keeper_, nullptr, 0 );
         keeper_ = -1;
     }
-    if ( !folder_.empty() ) {
-        std::error_code ignored;
-        fs::remove_all( folder_, ignored );
-        folder_.clear();
-    }
+    folder_.reset();
 }
 
 } // namespace orvan

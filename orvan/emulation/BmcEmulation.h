@@ -7,8 +7,12 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <sys/types.h>
+
+#include "common/Descriptor.h"
+#include "common/TemporaryFolder.h"
 
 namespace orvan {
 
@@ -56,12 +60,12 @@ class BmcEmulation {
     std::string complaint() const;
     void end();
 
-    std::string folder_;
+    std::optional<common::TemporaryFolder> folder_;
     uint16_t port_ = 0;
     uint16_t console_ = 0;
     pid_t keeper_ = -1;
-    int lifeline_ = -1; ///< the keeper ends the simulator when its other end closes
-    int news_ = -1;     ///< closes when the simulator ends
+    common::Descriptor lifeline_; ///< the keeper ends the simulator when its other end closes
+    common::Descriptor news_;     ///< closes when the simulator ends
 };
 
 } // namespace orvan

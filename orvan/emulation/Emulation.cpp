@@ -5,27 +5,21 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <fcntl.h>
 #include <poll.h>
-#include <sys/prctl.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <sys/wait.h>
+#include <stdexcept>
 #include <unistd.h>
 #include <vector>
 
 #include <fmt/core.h>
 
 #include "common/SocketPaths.h"
+#include "common/UnixSocket.h"
 #include "orvan/base/Errors.h"
-#include "orvan/emulation/PrivateFolder.h"
 
 namespace orvan {
 
 namespace {
 
-constexpr int probeIntervalMs = 5;
-constexpr int execFailed = 127;
 constexpr std::array endingSignals = { SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGABRT };
 
 // For the signal handler, which may use little else.
@@ -35,41 +29,16 @@ char socketToRemove[ 256 ];
 char controlToRemove[ 256 ];
 char folderToRemove[ 256 ];
 
-/** Closes a descriptor at the end of its scope. */
-struct Descriptor {
-    explicit Descriptor( int fd ) : number( fd ) {}
-    ~Descriptor() { ::close( number ); }
-    Descriptor( const Descriptor & ) = delete;
-    Descriptor &operator=( const Descriptor & ) = delete;
-    const int number;
-};
-
 void remember( char ( &to )[ 256 ], const std::string &text ) {
     const std::size_t length = std::min( text.size(), sizeof( to ) - 1 );
     std::memcpy( to, text.data(), length );
     to[ length ] = '\0';
 }
 
-/**
- * Ends the service, politely first. Only async-signal-safe calls: a signal handler ends it too, and
- * then the library may be anywhere.
- */
-void endService( pid_t pid ) {
-    ::kill( pid, SIGTERM );
-    for ( int waited = 0; ::waitpid( pid, nullptr, WNOHANG ) == 0; waited += probeIntervalMs ) {
-        if ( waited >= endLimitMs ) {
-            ::kill( pid, SIGKILL );
-            ::waitpid( pid, nullptr, 0 );
-            break;
-        }
-        ::poll( nullptr, 0, probeIntervalMs );
-    }
-}
-
 void endOnSignal( int signal ) {
     const int savedErrno = errno;
     if ( runningService > 0 ) {
-        endService( runningService );
+        common::endProcess( runningService, std::chrono::milliseconds( endLimitMs ) );
         runningService = -1;
         // The service removes them itself unless it was killed.
         ::unlink( socketToRemove );
@@ -93,40 +62,14 @@ void handleSignals( void ( *handler )( int ) ) {
     }
 }
 
-bool fillAddress( const std::string &path, sockaddr_un &address ) {
-    address = {};
-    address.sun_family = AF_UNIX;
-    if ( path.size() >= sizeof( address.sun_path ) ) {
-        return false;
-    }
-    std::memcpy( address.sun_path, path.c_str(), path.size() + 1 );
-    return true;
-}
-
-std::string endText( int status ) {
-    if ( WIFEXITED( status ) ) {
-        return WEXITSTATUS( status ) == execFailed
-                   ? std::string( "could not be started" )
-                   : fmt::format( "ended with {}", WEXITSTATUS( status ) );
-    }
-    return fmt::format( "was ended by signal {}", WTERMSIG( status ) );
-}
-
 } // namespace
 
 bool accepts( const std::string &path ) {
-    sockaddr_un address;
-    if ( !fillAddress( path, address ) ) {
+    try {
+        return !common::probe( common::UnixAddress( path ) );
+    } catch ( const std::invalid_argument & ) { // no socket can be there
         return false;
     }
-    const int fd = ::socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
-    if ( fd < 0 ) {
-        return false;
-    }
-    const bool connected =
-        ::connect( fd, reinterpret_cast<const sockaddr *>( &address ), sizeof( address ) ) == 0;
-    ::close( fd );
-    return connected;
 }
 
 Emulation::Emulation( const EmulationOptions &options ) {
@@ -134,35 +77,25 @@ Emulation::Emulation( const EmulationOptions &options ) {
         throw BadInput( fmt::format( "{}: expected the emulated hardware's description",
                                      options.hardware.string() ) );
     }
-    if ( options.socket.empty() ) {
-        folder_ = makePrivateFolder();
-        socket_ = folder_ + "/smbusd.sock";
-    } else {
-        socket_ = options.socket;
-    }
-    control_ = options.control.empty() ? common::controlPathOf( socket_ ) : options.control;
     try {
-        sockaddr_un address;
-        if ( !fillAddress( socket_, address ) ) {
-            throw BadInput( fmt::format( "{}: a socket's path is at most {} characters long",
-                                         socket_, sizeof( address.sun_path ) - 1 ) );
+        if ( options.socket.empty() ) {
+            folder_.emplace();
         }
-        if ( accepts( socket_ ) ) {
+        socket_ = folder_ ? folder_->file( "smbusd.sock" ) : options.socket;
+        control_ = options.control.empty() ? common::controlPathOf( socket_ ) : options.control;
+        if ( !common::probe( common::UnixAddress( socket_ ) ) ) {
             throw BadInput( fmt::format( "{}: a service listens there already", socket_ ) );
         }
-        int pipe[ 2 ];
-        if ( ::pipe2( pipe, O_CLOEXEC ) != 0 ) {
-            throw BadInput( fmt::format( "cannot make a pipe: {}", std::strerror( errno ) ) );
-        }
-        const Descriptor ready( pipe[ 0 ] );
-        {
-            const Descriptor readyWriter( pipe[ 1 ] );
-            start( options, readyWriter.number );
-        }
-        awaitReady( options, ready.number );
-    } catch ( ... ) {
+        common::Pipe ready = common::makePipe();
+        start( options, ready.writeEnd );
+        ready.writeEnd.close();
+        awaitReady( options, ready.readEnd );
+    } catch ( const BadInput & ) {
         end();
         throw;
+    } catch ( const std::exception &error ) { // of the operating system, or a path that is too long
+        end();
+        throw BadInput( error.what() );
     }
 }
 
@@ -170,44 +103,35 @@ Emulation::~Emulation() {
     end();
 }
 
-void Emulation::start( const EmulationOptions &options, int ready ) {
-    std::vector<std::string> words = {
-        options.service,           "--socket",    socket_,          "--config",
-        options.hardware.string(), "--log-level", options.logLevel, "--ready-fd",
-        std::to_string( ready ),   "--control",   control_ };
-    std::vector<char *> arguments;
-    for ( std::string &word : words ) {
-        arguments.push_back( word.data() );
-    }
-    arguments.push_back( nullptr );
-
+void Emulation::start( const EmulationOptions &options, const common::Descriptor &ready ) {
     remember( socketToRemove, socket_ );
     remember( controlToRemove, control_ );
-    remember( folderToRemove, folder_ );
-    const pid_t parent = ::getpid();
-    pid_ = ::fork();
-    if ( pid_ < 0 ) {
-        throw BadInput(
-            fmt::format( "cannot start {}: {}", options.service, std::strerror( errno ) ) );
-    }
-    if ( pid_ == 0 ) {
-        ::prctl( PR_SET_PDEATHSIG, SIGTERM );
-        if ( ::getppid() != parent ) { // it died before the kernel was told
-            ::_exit( execFailed );
-        }
-        // A terminal's Ctrl-C is for orvan alone, which ends the service in its own time.
-        ::setpgid( 0, 0 );
-        ::fcntl( ready, F_SETFD, 0 );
-        ::execvp( arguments[ 0 ], arguments.data() );
-        ::_exit( execFailed );
-    }
+    remember( folderToRemove, folder_ ? folder_->path() : std::string() );
+    const std::vector<std::string> words = { options.service,
+                                             "--socket",
+                                             socket_,
+                                             "--config",
+                                             options.hardware.string(),
+                                             "--log-level",
+                                             options.logLevel,
+                                             "--ready-fd",
+                                             std::to_string( ready.get() ),
+                                             "--control",
+                                             control_ };
+    common::ChildOptions how;
+    how.descriptors = { { ready.get(), ready.get() } };
+    how.signalAtParentsEnd = SIGTERM;
+    // A terminal's Ctrl-C is for orvan alone, which ends the service in its own time.
+    how.ownGroup = true;
+    how.endLimit = options.endLimit;
+    service_ = common::Child( words, how );
     endLimitMs = static_cast<int>( options.endLimit.count() );
-    runningService = pid_;
+    runningService = service_.pid();
     handleSignals( endOnSignal );
 }
 
-void Emulation::awaitReady( const EmulationOptions &options, int ready ) {
-    pollfd state{ ready, POLLIN, 0 };
+void Emulation::awaitReady( const EmulationOptions &options, const common::Descriptor &ready ) {
+    pollfd state{ ready.get(), POLLIN, 0 };
     const auto limit = std::chrono::steady_clock::now() + options.startLimit;
     int events = 0;
     do {
@@ -220,30 +144,22 @@ void Emulation::awaitReady( const EmulationOptions &options, int ready ) {
                                      socket_, options.startLimit.count() ) );
     }
     char line = 0;
-    if ( ::read( ready, &line, 1 ) != 1 ) { // the pipe ended without the line: the service did too
-        int status = 0;
-        ::kill( pid_, SIGKILL ); // no effect on one that is ending; its own code stays
-        ::waitpid( pid_, &status, 0 );
-        pid_ = -1;
+    if ( ::read( ready.get(), &line, 1 ) != 1 ) {
+        // The pipe ended without the line: so did the service, whose own code a signal leaves alone.
+        service_.signal( SIGKILL );
         runningService = -1;
         throw BadInput(
-            fmt::format( "{} {} before it listened", options.service, endText( status ) ) );
+            fmt::format( "{} {} before it listened", options.service, service_.wait().text() ) );
     }
 }
 
 void Emulation::end() {
-    if ( pid_ > 0 ) {
-        endService( pid_ );
-        pid_ = -1;
+    if ( service_.pid() > 0 ) {
+        service_.end();
         runningService = -1;
         handleSignals( SIG_DFL );
     }
-    if ( !folder_.empty() ) {
-        ::unlink( socket_.c_str() );
-        ::unlink( control_.c_str() );
-        ::rmdir( folder_.c_str() );
-        folder_.clear();
-    }
+    folder_.reset();
 }
 
 } // namespace orvan

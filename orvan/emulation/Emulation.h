@@ -6,8 +6,13 @@
 
 #include <chrono>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <sys/types.h>
+
+#include "common/Child.h"
+#include "common/Descriptor.h"
+#include "common/TemporaryFolder.h"
 
 namespace orvan {
 
@@ -39,17 +44,17 @@ class Emulation {
     /** The path of the UNIX socket on which the service listens. */
     const std::string &socket() const { return socket_; }
     /** The service's process. This object ends it. */
-    pid_t pid() const { return pid_; }
+    pid_t pid() const { return service_.pid(); }
 
   private:
-    void start( const EmulationOptions &options, int ready );
-    void awaitReady( const EmulationOptions &options, int ready );
+    void start( const EmulationOptions &options, const common::Descriptor &ready );
+    void awaitReady( const EmulationOptions &options, const common::Descriptor &ready );
     void end();
 
-    std::string folder_; // private, empty when the socket's path was given
+    std::optional<common::TemporaryFolder> folder_; // private; none when the socket's path is given
     std::string socket_;
     std::string control_;
-    pid_t pid_ = -1;
+    common::Child service_;
 };
 
 /** True when something accepts connections on the UNIX socket @p path. */

@@ -6,38 +6,12 @@
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <rapidjson/error/en.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
+
+#include "common/JsonMistake.h"
 
 namespace smbusd {
 
 namespace {
-
-constexpr size_t longestShownValue = 60;
-
-/** Stops at the nesting that no message shows any more: a stranger's could cost all the stack. */
-class ShortWriter : public rapidjson::Writer<rapidjson::StringBuffer> {
-  public:
-    explicit ShortWriter( rapidjson::StringBuffer &buffer ) : Writer( buffer ), buffer_( buffer ) {}
-    bool StartArray() { return Writer::StartArray() && buffer_.GetSize() <= longestShownValue; }
-    bool StartObject() { return Writer::StartObject() && buffer_.GetSize() <= longestShownValue; }
-
-  private:
-    rapidjson::StringBuffer &buffer_;
-};
-
-std::string shown( const rapidjson::Value &value ) {
-    rapidjson::StringBuffer buffer;
-    ShortWriter writer( buffer );
-    value.Accept( writer );
-    std::string text( buffer.GetString(), buffer.GetSize() );
-    if ( text.size() > longestShownValue ) {
-        text.resize( longestShownValue );
-        text += "...";
-    }
-    return text;
-}
 
 std::string_view textOf( const rapidjson::Value &value ) {
     return { value.GetString(), value.GetStringLength() };
@@ -62,39 +36,25 @@ std::optional<uint32_t> parseNumber( std::string_view text ) {
 
 rapidjson::Document parseJson( std::string_view text, const std::string &document ) {
     rapidjson::Document parsed;
-    // The iterative parser, because nesting that a stranger sends must not cost stack.
-    parsed.Parse<rapidjson::kParseIterativeFlag>( text.data(), text.size() );
-    if ( parsed.HasParseError() ) {
-        const size_t offset = std::min( parsed.GetErrorOffset(), text.size() );
-        const std::string_view before = text.substr( 0, offset );
-        const auto line = std::count( before.begin(), before.end(), '\n' ) + 1;
-        const size_t lineStart =
-            before.rfind( '\n' ) == std::string_view::npos ? 0 : before.rfind( '\n' ) + 1;
-        throw ConfigError( fmt::format( "{}: line {}, column {}: not JSON: {}", document, line,
-                                        offset - lineStart + 1,
-                                        rapidjson::GetParseError_En( parsed.GetParseError() ) ) );
+    common::JsonMistake mistake;
+    mistake.document = document;
+    if ( !common::parseJson( text, parsed, mistake ) ) {
+        throw ConfigError( mistake.text() );
     }
     return parsed;
 }
 
 void JsonView::fail( std::string_view expected ) const {
-    throw ConfigError( fmt::format( "{}: {}: {}: expected {}", document_,
-                                    pointer_.empty() ? "/" : pointer_, shown( value_ ),
-                                    expected ) );
+    common::JsonMistake mistake;
+    mistake.document = document_;
+    mistake.pointer = pointer_;
+    mistake.value = common::shortJson( value_ );
+    mistake.expected = expected;
+    throw ConfigError( mistake.text() );
 }
 
 JsonView JsonView::child( const rapidjson::Value &value, std::string_view token ) const {
-    std::string pointer = pointer_ + '/';
-    for ( const char c : token ) {
-        if ( c == '~' ) {
-            pointer += "~0";
-        } else if ( c == '/' ) {
-            pointer += "~1";
-        } else {
-            pointer += c;
-        }
-    }
-    return { value, document_, std::move( pointer ) };
+    return { value, document_, common::pointerTo( pointer_, token ) };
 }
 
 void JsonView::expectMap() const {
@@ -104,7 +64,7 @@ void JsonView::expectMap() const {
     std::set<std::string_view> seen;
     for ( auto member = value_.MemberBegin(); member != value_.MemberEnd(); ++member ) {
         if ( !seen.insert( textOf( member->name ) ).second ) {
-            child( member->value, textOf( member->name ) ).fail( "every key only once" );
+            child( member->value, textOf( member->name ) ).fail( "each key once in an object" );
         }
     }
 }

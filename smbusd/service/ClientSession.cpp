@@ -7,9 +7,9 @@ namespace smbusd {
 
 namespace {
 
-/** A frame's memory grows by this much as its bytes come, never ahead of them. */
-constexpr size_t readStep = 16 * 1024;
-/** A larger buffer is given back after its frame. */
+/** How much of what is not looked at is taken in one go, in bytes. */
+constexpr size_t discardStep = 16 * 1024;
+/** A reply's memory above this is not kept for the next one, in bytes. */
 constexpr size_t keptCapacity = 64 * 1024;
 
 } // namespace
@@ -19,48 +19,40 @@ ClientSession::ClientSession( Socket socket, unsigned number, Dispatcher &dispat
     : socket_( std::move( socket ) ), number_( number ), dispatcher_( dispatcher ), log_( log ),
       ended_( std::move( ended ) ) {}
 
-void ClientSession::readHeader() {
-    if ( buffer_.capacity() > keptCapacity ) {
-        buffer_ = {};
-    }
+void ClientSession::readFrame() {
     buffer_.clear();
-    asio::async_read( socket_, asio::buffer( header_ ),
-                      [ self = shared_from_this() ]( std::error_code error, size_t size ) {
-                          if ( error ) {
-                              self->end( size == 0 ? "gone" : "gone within a frame" );
-                              return;
-                          }
-                          const uint32_t length = frameLength( self->header_ );
-                          if ( length > maxFrame ) {
-                              self->end( fmt::format( "claims a frame of {} bytes", length ) );
-                              return;
-                          }
-                          self->readBody( length );
-                      } );
+    if ( buffer_.capacity() > keptCapacity ) {
+        buffer_.shrink_to_fit();
+    }
+    frame_.restart();
+    readOn();
 }
 
-void ClientSession::readBody( size_t left ) {
-    if ( left == 0 ) {
-        handleFrame();
-        return;
-    }
-    const size_t step = std::min( left, readStep );
-    const size_t had = buffer_.size();
-    buffer_.resize( had + step );
-    asio::async_read( socket_, asio::buffer( buffer_.data() + had, step ),
-                      [ self = shared_from_this(), left, step ]( std::error_code error, size_t ) {
-                          if ( error ) {
-                              self->end( "gone within a frame" );
+void ClientSession::readOn() {
+    const auto room = frame_.room();
+    asio::async_read( socket_, asio::buffer( room.data(), room.size() ),
+                      [ self = shared_from_this() ]( std::error_code error, size_t size ) {
+                          try {
+                              self->frame_.received( size );
+                          } catch ( const common::FrameError &claim ) {
+                              self->end( claim.what() );
                               return;
                           }
-                          self->readBody( left - step );
+                          if ( error ) {
+                              self->end( self->frame_.started() ? "gone within a frame" : "gone" );
+                          } else if ( self->frame_.complete() ) {
+                              self->handleFrame();
+                          } else {
+                              self->readOn();
+                          }
                       } );
 }
 
 void ClientSession::handleFrame() {
     auto transaction = std::make_shared<Transaction>();
-    if ( !transaction->request.ParseFromString( buffer_ ) ) {
-        end( fmt::format( "sent a frame of {} bytes that is not a transaction", buffer_.size() ) );
+    if ( !transaction->request.ParseFromString( frame_.message() ) ) {
+        end( fmt::format( "sent a frame of {} bytes that is not a transaction",
+                          frame_.message().size() ) );
         return;
     }
     transaction->client = number_;
@@ -84,19 +76,20 @@ void ClientSession::answer( Transaction &transaction ) {
     case Transaction::End::Reply:
         break;
     }
-    frameMessage( transaction.response, buffer_ );
+    frame_.restart();
+    common::frameMessage( transaction.response, buffer_ );
     asio::async_write( socket_, asio::buffer( buffer_ ),
                        [ self = shared_from_this() ]( std::error_code error, size_t ) {
                            if ( error ) {
                                self->end( "gone before its reply" );
                                return;
                            }
-                           self->readHeader();
+                           self->readFrame();
                        } );
 }
 
 void ClientSession::discardEverything() {
-    buffer_.resize( readStep );
+    buffer_.resize( discardStep );
     socket_.async_read_some( asio::buffer( buffer_ ),
                              [ self = shared_from_this() ]( std::error_code error, size_t ) {
                                  if ( error ) {

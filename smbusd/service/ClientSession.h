@@ -6,8 +6,8 @@
 
 #include <asio/local/stream_protocol.hpp>
 
+#include "common/Frame.h"
 #include "smbusd/service/Dispatcher.h"
-#include "smbusd/service/Framing.h"
 
 namespace smbusd {
 
@@ -27,15 +27,15 @@ class ClientSession : public std::enable_shared_from_this<ClientSession> {
     ClientSession( Socket socket, unsigned number, Dispatcher &dispatcher, Log &log, Ended ended );
 
     /** Begins with the first request. The session keeps itself alive while it waits. */
-    void start() { readHeader(); }
+    void start() { readFrame(); }
     /** Closes the connection; a transaction under way is carried out to its end all the same. */
     void close();
     /** The connection's number. */
     unsigned number() const { return number_; }
 
   private:
-    void readHeader();
-    void readBody( size_t left );
+    void readFrame();
+    void readOn();
     void handleFrame();
     void answer( Transaction &transaction );
     void discardEverything();
@@ -47,8 +47,8 @@ class ClientSession : public std::enable_shared_from_this<ClientSession> {
     Log &log_;
     Ended ended_;
     bool open_ = true;
-    FrameHeader header_{};
-    std::string buffer_;
+    common::FrameDecoder frame_;
+    std::string buffer_; // the reply; or what comes and is not looked at
 };
 
 } // namespace smbusd

@@ -9,64 +9,26 @@
 #include <string_view>
 #include <sys/file.h>
 #include <sys/socket.h>
-#include <sys/un.h>
+#include <system_error>
 #include <unistd.h>
-#include <utility>
 
 #include <fmt/format.h>
 
+#include "common/UnixSocket.h"
 #include "smbusd/base/JsonView.h"
 
 namespace smbusd {
 
 namespace {
 
-constexpr int backlog = 64;
 constexpr int firstInherited = 3; // by the convention of sd_listen_fds(3)
 
 [[noreturn]] void fail( const std::string &path, std::string_view what, int error ) {
     throw ListenError( fmt::format( "{}: {}: {}", path, what, std::strerror( error ) ) );
 }
 
-/** Closes a descriptor at the end of a scope. */
-class Closing {
-  public:
-    explicit Closing( int fd ) : fd_( fd ) {}
-    ~Closing() {
-        if ( fd_ >= 0 ) {
-            ::close( fd_ );
-        }
-    }
-    Closing( const Closing & ) = delete;
-    Closing &operator=( const Closing & ) = delete;
-    int get() const { return fd_; }
-    int release() { return std::exchange( fd_, -1 ); }
-
-  private:
-    int fd_;
-};
-
-sockaddr_un addressOf( const std::string &path ) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if ( path.empty() || path.size() >= sizeof( address.sun_path ) ) {
-        throw ListenError( fmt::format( "{}: a socket's path has 1 to {} characters", path,
-                                        sizeof( address.sun_path ) - 1 ) );
-    }
-    path.copy( address.sun_path, path.size() );
-    return address;
-}
-
-int newSocket( const std::string &path ) {
-    const int fd = ::socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
-    if ( fd < 0 ) {
-        fail( path, "cannot make a socket", errno );
-    }
-    return fd;
-}
-
 /** Removes a socket file that nobody listens on any more. */
-void removeStale( const std::string &path, const sockaddr_un &address ) {
+void removeStale( const std::string &path, const common::UnixAddress &address ) {
     struct stat status {};
     if ( ::lstat( path.c_str(), &status ) != 0 ) {
         if ( errno == ENOENT ) {
@@ -77,16 +39,12 @@ void removeStale( const std::string &path, const sockaddr_un &address ) {
     if ( !S_ISSOCK( status.st_mode ) ) {
         throw ListenError( fmt::format( "{}: is there, and is not a socket", path ) );
     }
-    const Closing probe( newSocket( path ) );
-    // Without blocking: a listener that accepts nothing must not hold this one up.
-    ::fcntl( probe.get(), F_SETFL, O_NONBLOCK );
-    if ( ::connect( probe.get(), reinterpret_cast<const sockaddr *>( &address ),
-                    sizeof( address ) ) == 0 ||
-         errno == EAGAIN ) {
+    const std::error_code nobody = common::probe( address );
+    if ( !nobody ) {
         throw ListenError( fmt::format( "{}: another service listens on it", path ) );
     }
-    if ( errno != ECONNREFUSED ) {
-        fail( path, "cannot find out whether another service listens on it", errno );
+    if ( nobody != std::errc::connection_refused ) {
+        fail( path, "cannot find out whether another service listens on it", nobody.value() );
     }
     if ( ::unlink( path.c_str() ) != 0 && errno != ENOENT ) {
         fail( path, "cannot remove the socket of a service that is gone", errno );
@@ -96,13 +54,13 @@ void removeStale( const std::string &path, const sockaddr_un &address ) {
 void checkInherited( int fd ) {
     int listening = 0;
     int type = 0;
-    sockaddr_un address{};
+    sockaddr_storage address{};
     socklen_t size = sizeof( listening );
     socklen_t addressSize = sizeof( address );
     if ( ::getsockopt( fd, SOL_SOCKET, SO_ACCEPTCONN, &listening, &size ) != 0 ||
          ::getsockopt( fd, SOL_SOCKET, SO_TYPE, &type, &size ) != 0 ||
          ::getsockname( fd, reinterpret_cast<sockaddr *>( &address ), &addressSize ) != 0 ||
-         listening == 0 || type != SOCK_STREAM || address.sun_family != AF_UNIX ) {
+         listening == 0 || type != SOCK_STREAM || address.ss_family != AF_UNIX ) {
         throw ListenError( fmt::format( "inherited descriptor {}: not a listening UNIX stream "
                                         "socket",
                                         fd ) );
@@ -118,47 +76,40 @@ std::optional<uint32_t> environmentNumber( const char *name ) {
 } // namespace
 
 ListenSocket::ListenSocket( const std::string &path, mode_t mode ) : path_( path ) {
-    const sockaddr_un address = addressOf( path );
-    const std::filesystem::path parent = std::filesystem::path( path ).parent_path();
+    try {
+        listen( mode );
+    } catch ( const std::invalid_argument &error ) {
+        throw ListenError( error.what() );
+    } catch ( const std::system_error &error ) {
+        throw ListenError( error.what() );
+    }
+}
+
+void ListenSocket::listen( mode_t mode ) {
+    const common::UnixAddress address( path_ ); // before anything is touched: does the path fit?
+    const std::filesystem::path parent = std::filesystem::path( path_ ).parent_path();
     const std::string folder = parent.empty() ? std::string( "." ) : parent.string();
     // The folder itself is the lock under which the path is looked at and taken.
-    const Closing lock( ::open( folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC ) );
-    if ( lock.get() < 0 || ::flock( lock.get(), LOCK_EX ) != 0 ) {
+    const common::Descriptor lock( ::open( folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC ) );
+    if ( !lock || ::flock( lock.get(), LOCK_EX ) != 0 ) {
         fail( folder, "the socket's folder cannot be locked", errno );
     }
-    removeStale( path, address );
+    removeStale( path_, address );
 
-    Closing fd( newSocket( path ) );
-    // Linux takes a socket file's mode from the descriptor and the umask; without this, anyone
-    // could connect between bind() and chmod().
-    const mode_t before = ::umask( 0777 & ~mode );
-    const int bound =
-        ::bind( fd.get(), reinterpret_cast<const sockaddr *>( &address ), sizeof( address ) );
-    const int bindError = errno;
-    ::umask( before );
-    if ( bound != 0 ) {
-        fail( path, "cannot be bound", bindError );
-    }
+    socket_ = common::listenOn( path_, mode );
     struct stat status {};
-    if ( ::chmod( path.c_str(), mode ) != 0 || ::lstat( path.c_str(), &status ) != 0 ||
-         ::listen( fd.get(), backlog ) != 0 ) {
-        const int error = errno;
-        ::unlink( path.c_str() );
-        fail( path, "cannot be listened on", error );
+    if ( ::lstat( path_.c_str(), &status ) == 0 ) {
+        ownsFile_ = true;
+        device_ = status.st_dev;
+        inode_ = status.st_ino;
     }
-    ownsFile_ = true;
-    device_ = status.st_dev;
-    inode_ = status.st_ino;
-    fd_ = fd.release();
 }
 
 ListenSocket::ListenSocket( int inherited )
-    : path_( fmt::format( "inherited descriptor {}", inherited ) ), fd_( inherited ) {}
+    : path_( fmt::format( "inherited descriptor {}", inherited ) ), socket_( inherited ) {}
 
 ListenSocket::~ListenSocket() {
-    if ( fd_ >= 0 ) {
-        ::close( fd_ );
-    }
+    socket_.close();
     struct stat status {};
     if ( ownsFile_ && ::lstat( path_.c_str(), &status ) == 0 && status.st_dev == device_ &&
          status.st_ino == inode_ ) {
@@ -167,7 +118,7 @@ ListenSocket::~ListenSocket() {
 }
 
 int ListenSocket::release() {
-    return std::exchange( fd_, -1 );
+    return socket_.release();
 }
 
 InheritedSockets inheritedSockets() {

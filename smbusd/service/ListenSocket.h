@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <vector>
 
+#include "common/Descriptor.h"
+
 namespace smbusd {
 
 /** Why a socket cannot be listened on. */
@@ -37,8 +39,10 @@ class ListenSocket {
     const std::string &path() const { return path_; }
 
   private:
+    void listen( mode_t mode );
+
     std::string path_;
-    int fd_ = -1;
+    common::Descriptor socket_;
     bool ownsFile_ = false;
     dev_t device_ = 0;
     ino_t inode_ = 0;

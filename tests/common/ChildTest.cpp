@@ -194,6 +194,18 @@ TEST( Child, WhoDoesNotEndIsKilled ) {
     EXPECT_EQ( child.end().signal, SIGKILL );
 }
 
+TEST( Child, TellsWhetherItRuns ) {
+    Child child( shell( "exec sleep 1000" ) );
+    EXPECT_TRUE( child.runs() );
+    child.signal( SIGKILL );
+    siginfo_t news{};
+    ::waitid( P_PID, static_cast<id_t>( child.pid() ), &news, WEXITED | WNOWAIT );
+    EXPECT_FALSE( child.runs() );
+    EXPECT_EQ( child.pid(), -1 );
+    EXPECT_FALSE( child.runs() );
+    EXPECT_FALSE( Child().runs() );
+}
+
 TEST( Child, SignalsReachIt ) {
     Child child( shell( "kill -STOP $$; exit 0" ) );
     child.signal( SIGKILL );

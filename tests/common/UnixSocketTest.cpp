@@ -192,4 +192,31 @@ TEST_F( UnixSocket, LongTextsGoThroughWhole ) {
     EXPECT_EQ( got, text );
 }
 
+TEST_F( UnixSocket, FramesAreReceivedOneByOne ) {
+    const Descriptor listener = listenOn( path_ );
+    Descriptor client = connectTo( path_, longEnough );
+    const Descriptor server = accepted( listener );
+    common::sendAll( client, common::framed( "one" ) + common::framed( "" ) +
+                                 common::framed( "half" ).substr( 0, 5 ) );
+    client.close();
+    common::FrameDecoder frame;
+    ASSERT_TRUE( common::receiveFrame( server, frame ) );
+    EXPECT_EQ( frame.message(), "one" );
+    ASSERT_TRUE( common::receiveFrame( server, frame ) );
+    EXPECT_EQ( frame.message(), "" );
+    EXPECT_FALSE( common::receiveFrame( server, frame ) );
+    EXPECT_TRUE( frame.started() );
+    EXPECT_FALSE( common::receiveFrame( server, frame ) );
+    EXPECT_FALSE( frame.started() );
+}
+
+TEST_F( UnixSocket, AFrameThatClaimsTooMuchIsAnError ) {
+    const Descriptor listener = listenOn( path_ );
+    const Descriptor client = connectTo( path_, longEnough );
+    const Descriptor server = accepted( listener );
+    common::sendAll( client, std::string( "\0\x10\0\1", 4 ) );
+    common::FrameDecoder frame;
+    EXPECT_THROW( common::receiveFrame( server, frame ), common::FrameError );
+}
+
 } // namespace

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <rapidjson/document.h>
 
+#include "common/TemporaryFolder.h"
 #include "tests/integration/EmulatedBoard.h"
 #include "tests/support/Process.h"
 
@@ -20,21 +21,8 @@ test::Finished orvan( const std::vector<std::string> &words, const std::string &
 
 /** `orvan shell` with these lines. */
 test::Finished shell( const std::string &lines, const std::string &folder = board ) {
-    test::TemporaryFolder input;
-    const int script = ::open( input.write( "lines", lines ).c_str(), O_RDONLY | O_CLOEXEC );
-    test::Pipe output, errors;
-    const pid_t child =
-        test::spawn( { ORVAN_BIN_DIR "/orvan", "--board", folder, "--emulate", "shell" },
-                     { { 0, script }, { 1, output.writeEnd }, { 2, errors.writeEnd } } );
-    ::close( script );
-    output.closeWriteEnd();
-    errors.closeWriteEnd();
-    const std::string printed = output.readAll();
-    const std::string complained = errors.readAll();
-    test::Finished finished = test::await( child );
-    finished.output = printed;
-    finished.errors = complained;
-    return finished;
+    return test::runProgram( { ORVAN_BIN_DIR "/orvan", "--board", folder, "--emulate", "shell" },
+                             lines );
 }
 
 TEST( BmcProgram, ShowListsTheWholeBoard ) {
@@ -59,7 +47,7 @@ TEST( BmcProgram, SupplyShowsWhatItTakesAndGives ) {
 
 TEST( BmcProgram, ConsoleChangesWhatIsShown ) {
     // A copy of the board that keeps no list of readings.
-    test::TemporaryFolder copy;
+    common::TemporaryFolder copy;
     std::filesystem::copy( board, copy.path(), std::filesystem::copy_options::recursive );
     std::string peripherals = fileText( copy.file( "peripherals.json" ) );
     const std::string fruId = "\"fruId\": \"1\"";

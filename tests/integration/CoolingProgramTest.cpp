@@ -1,11 +1,15 @@
 /** The cooling board as a person at the host program meets it. */
 #include <map>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <rapidjson/document.h>
 
+#include "common/Child.h"
+#include "common/Descriptor.h"
+#include "common/TemporaryFolder.h"
 #include "tests/integration/EmulatedBoard.h"
 #include "tests/support/Process.h"
 
@@ -24,22 +28,24 @@ class OrvanShell {
             }
             folder_.write( name, text );
         }
-        child_ = test::spawn( { ORVAN_BIN_DIR "/orvan", "--board", folder_.path(), "--emulate",
-                                "--control", control(), "--skip-waits", "shell", "--keep-going" },
-                              { { 0, input_.readEnd }, { 1, output_.writeEnd } } );
-        output_.closeWriteEnd();
+        common::ChildOptions options;
+        options.descriptors = { { STDIN_FILENO, input_.readEnd.get() },
+                                { STDOUT_FILENO, output_.writeEnd.get() } };
+        child_ = common::Child( { ORVAN_BIN_DIR "/orvan", "--board", folder_.path(), "--emulate",
+                                  "--control", control(), "--skip-waits", "shell", "--keep-going" },
+                                options );
+        output_.writeEnd.close();
     }
     ~OrvanShell() {
-        input_.closeWriteEnd();
-        if ( child_ > 0 ) {
-            test::await( child_ );
+        if ( child_.pid() > 0 ) {
+            end();
         }
     }
 
     /** Runs a command that prints that many lines. */
     std::vector<std::string> run( const std::string &command, size_t lines = 1 ) {
         const std::string text = command + "\n";
-        EXPECT_EQ( ::write( input_.writeEnd, text.data(), text.size() ),
+        EXPECT_EQ( ::write( input_.writeEnd.get(), text.data(), text.size() ),
                    static_cast<ssize_t>( text.size() ) );
         std::vector<std::string> printed;
         while ( printed.size() < lines ) {
@@ -60,10 +66,8 @@ class OrvanShell {
 
     /** Ends it. @return its exit code */
     int end() {
-        input_.closeWriteEnd();
-        const int code = test::await( child_ ).exitCode;
-        child_ = 0;
-        return code;
+        input_.writeEnd.close();
+        return child_.wait().exitCode;
     }
 
   private:
@@ -71,7 +75,7 @@ class OrvanShell {
 
     std::string line() {
         std::string text;
-        for ( char c; ::read( output_.readEnd, &c, 1 ) == 1; text += c ) {
+        for ( char c; ::read( output_.readEnd.get(), &c, 1 ) == 1; text += c ) {
             if ( c == '\n' ) {
                 return text;
             }
@@ -80,10 +84,10 @@ class OrvanShell {
         return text;
     }
 
-    test::TemporaryFolder folder_;
-    test::Pipe input_;
-    test::Pipe output_;
-    pid_t child_ = 0;
+    common::TemporaryFolder folder_;
+    common::Pipe input_ = common::makePipe();
+    common::Pipe output_ = common::makePipe();
+    common::Child child_;
 };
 
 TEST( CoolingProgram, FansAreShownAndSet ) {

@@ -10,6 +10,7 @@
 #include <rapidjson/writer.h>
 
 #include "tests/integration/MovableClock.h"
+#include "tests/support/Process.h"
 
 namespace {
 

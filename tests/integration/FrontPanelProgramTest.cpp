@@ -7,6 +7,7 @@
 #include <rapidjson/document.h>
 
 #include "tests/integration/BoardProgram.h"
+#include "tests/support/Process.h"
 
 namespace {
 

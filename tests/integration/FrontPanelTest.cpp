@@ -1,7 +1,10 @@
 /** Transceivers end to end: the built library on the front panel board's emulated chips. */
+#include <csignal>
+
 #include <gtest/gtest.h>
 
 #include "tests/integration/EmulatedBoard.h"
+#include "tests/support/SmbusClient.h"
 
 namespace {
 

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include "common/TemporaryFolder.h"
 #include "tests/support/Process.h"
 #include "tests/support/SocketPeer.h"
 
@@ -44,7 +45,7 @@ class IncompleteHostTest : public TestWithParam<const char *> {
         return test::runProgram( commands );
     }
 
-    test::TemporaryFolder simulation_;
+    common::TemporaryFolder simulation_;
     support::SocketPeer service_;
 };
 

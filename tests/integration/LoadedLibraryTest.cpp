@@ -6,9 +6,9 @@
 #include <gmock/gmock.h>
 #include <pl/pl.h>
 
+#include "common/TemporaryFolder.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/HostRecord.h"
-#include "tests/support/Process.h"
 #include "tests/support/SocketPeer.h"
 
 namespace {
@@ -29,7 +29,7 @@ class LoadedLibraryTest : public testing::Test {
         setenv( "ORVANLIB_SIMDIR", simulation_.path().c_str(), 1 );
     }
 
-    test::TemporaryFolder simulation_;
+    common::TemporaryFolder simulation_;
     /** An SMBus service that takes connections and answers nothing. */
     support::SocketPeer service_;
     LoadedLibrary library_;

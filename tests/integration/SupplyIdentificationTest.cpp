@@ -1,11 +1,12 @@
 /** Bays that the power board does not have: command-line tools, and the simulation's sample. */
 #include <cstdlib>
+#include <filesystem>
 
 #include <gtest/gtest.h>
 
+#include "common/TemporaryFolder.h"
 #include "tests/integration/EmulatedBoard.h"
 #include "tests/integration/RecordReadings.h"
-#include "tests/support/Process.h"
 
 namespace {
 
@@ -29,7 +30,7 @@ class SupplyCommandTest : public testing::Test {
     }
     std::string seen() const { return fileText( folder_.file( "seen" ) ); }
 
-    test::TemporaryFolder folder_;
+    common::TemporaryFolder folder_;
     EmulatedBoard board_{ "mirelund-power" };
 };
 
@@ -76,7 +77,7 @@ class SimulatedSupplyTest : public testing::Test {
         setenv( "ORVANLIB_SIMDIR", folder_.path().c_str(), 1 );
     }
 
-    test::TemporaryFolder folder_;
+    common::TemporaryFolder folder_;
     EmulatedBoard board_{ "mirelund-power" };
 };
 

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/integration/BoardProgram.h"
+#include "tests/support/Process.h"
 
 namespace {
 

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "common/TemporaryFolder.h"
 #include "tests/support/Process.h"
 #include "tests/support/SocketPeer.h"
 
@@ -18,7 +19,7 @@ constexpr const char *bay =
 /** Functions of the library's names in its host must not come between the library and itself. */
 TEST( Takeover, AHostThatExportsTheLibrarysNamesIsNotCalledInItsPlace ) {
     support::SocketPeer service( []( auto &connection ) { connection.awaitClose(); } );
-    const test::TemporaryFolder simulation;
+    const common::TemporaryFolder simulation;
     setenv( "PL_SMBUS_SOCKET", service.path().c_str(), 1 );
     setenv( "ORVANLIB_SIMDIR", simulation.path().c_str(), 1 );
     setenv( "SIMULATION_VMID", "1", 1 );

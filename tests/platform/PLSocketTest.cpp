@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
+#include <optional>
 #include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -12,6 +13,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "common/Descriptor.h"
+#include "common/Frame.h"
+#include "common/UnixSocket.h"
 #include "tests/support/AllocationCounter.h"
 #include "tests/support/SocketPeer.h"
 
@@ -160,13 +164,7 @@ TEST_F( PLSocketTest, SetupSucceedsOnceTheServiceIsThere ) {
 TEST_F( PLSocketTest, SocketFileOfADeadService ) {
     SocketPeer folder( answerAll );
     const std::string path = folder.path() + ".dead";
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    ASSERT_LT( path.size(), sizeof address.sun_path );
-    path.copy( address.sun_path, path.size() );
-    const int dead = ::socket( AF_UNIX, SOCK_STREAM, 0 );
-    ASSERT_EQ( bind( dead, reinterpret_cast<sockaddr *>( &address ), sizeof address ), 0 );
-    close( dead );
+    common::listenOn( path ); // closed again; the file stays
 
     addressIs( path );
     EXPECT_NE( socket_.setup(), 0 );
@@ -189,13 +187,8 @@ TEST_F( PLSocketTest, PathTooLong ) {
 TEST_F( PLSocketTest, DeadlineCoversConnecting ) {
     SocketPeer folder( answerAll );
     const std::string path = folder.path() + ".full";
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    ASSERT_LT( path.size(), sizeof address.sun_path );
-    path.copy( address.sun_path, path.size() );
-    const int listener = ::socket( AF_UNIX, SOCK_STREAM, 0 );
-    ASSERT_EQ( bind( listener, reinterpret_cast<sockaddr *>( &address ), sizeof address ), 0 );
-    ASSERT_EQ( listen( listener, 0 ), 0 ); // room for one, and nobody accepts
+    // Room for one, and nobody accepts.
+    const common::Descriptor listener = common::listenOn( path, std::nullopt, 0 );
     addressIs( path );
     PLSocket fillsTheBacklog;
     ASSERT_EQ( fillsTheBacklog.setup(), 0 );
@@ -206,7 +199,6 @@ TEST_F( PLSocketTest, DeadlineCoversConnecting ) {
     EXPECT_EQ( errno, ETIMEDOUT );
     EXPECT_EQ( call( "a" ), "ETIMEDOUT" );
     EXPECT_GE( now() - start, 39 );
-    close( listener );
 }
 
 TEST_F( PLSocketTest, DestructorClosesTheConnection ) {
@@ -312,7 +304,7 @@ TEST_F( PLSocketTest, ReplyInSingleBytes ) {
     SocketPeer peer( []( Connection &connection ) {
         std::string message;
         while ( connection.readFrame( message ) ) {
-            for ( const char byte : support::framed( replyMessage( "piecemeal" ) ) ) {
+            for ( const char byte : common::framed( replyMessage( "piecemeal" ) ) ) {
                 connection.send( std::string( 1, byte ) );
                 std::this_thread::yield();
             }
@@ -329,7 +321,7 @@ TEST_F( PLSocketTest, ReplyInSingleBytesWithinAShortDeadline ) {
     SocketPeer peer( []( Connection &connection ) {
         std::string message;
         while ( connection.readFrame( message ) ) {
-            for ( const char byte : support::framed( replyMessage( "piecemeal" ) ) ) {
+            for ( const char byte : common::framed( replyMessage( "piecemeal" ) ) ) {
                 if ( !connection.send( std::string( 1, byte ) ) ) {
                     return;
                 }
@@ -422,17 +414,19 @@ TEST_F( BrokenReplyTest, ClaimsOneByteTooMuch ) {
 }
 
 TEST_F( BrokenReplyTest, SendsOneByteTooMuch ) {
-    expectBadMessage( support::framed( replyMessage( std::string( oneMebibyte - 7, 'r' ) ) ) );
+    const std::string message = replyMessage( std::string( oneMebibyte - 7, 'r' ) );
+    ASSERT_EQ( message.size(), size_t{ oneMebibyte } + 1 );
+    expectBadMessage( std::string( "\0\x10\0\1", 4 ) + message );
 }
 
 TEST_F( BrokenReplyTest, Garbage ) {
-    expectBadMessage( support::framed( "\xFF\xFF\xFF\xFF" ) );
+    expectBadMessage( common::framed( "\xFF\xFF\xFF\xFF" ) );
 }
 
 TEST_F( BrokenReplyTest, MessageCutShortInAWholeFrame ) {
     std::string message = replyMessage( "some data" );
     message.pop_back();
-    expectBadMessage( support::framed( message ) );
+    expectBadMessage( common::framed( message ) );
 }
 
 TEST_F( BrokenReplyTest, TextInsteadOfFrames ) {
@@ -474,7 +468,7 @@ TEST_F( EndingConnectionTest, BehindTheHeader ) {
 }
 
 TEST_F( EndingConnectionTest, InTheMessage ) {
-    const std::string whole = support::framed( replyMessage( "some data" ) );
+    const std::string whole = common::framed( replyMessage( "some data" ) );
     expectFailure( whole.substr( 0, whole.size() - 1 ), "EBADMSG" );
 }
 
@@ -675,8 +669,8 @@ TEST_F( PLSocketTest, TwoRepliesAtOnce ) {
     SocketPeer peer( firstThenAnswer( []( Connection &connection ) {
         std::string message;
         connection.readFrame( message );
-        connection.send( support::framed( replyMessage( "first" ) ) +
-                         support::framed( replyMessage( "surplus" ) ) );
+        connection.send( common::framed( replyMessage( "first" ) ) +
+                         common::framed( replyMessage( "surplus" ) ) );
         connection.awaitClose();
     } ) );
     addressIs( peer.path() );
@@ -774,7 +768,7 @@ TEST_F( InterruptedTest, WaitingToSend ) {
 // Cost
 
 TEST_F( PLSocketTest, WarmCallAllocatesNothing ) {
-    const std::string reply = support::framed( replyMessage( std::string( 64, 'r' ) ) );
+    const std::string reply = common::framed( replyMessage( std::string( 64, 'r' ) ) );
     SocketPeer peer( [ & ]( Connection &connection ) {
         std::string message;
         while ( connection.readFrame( message ) ) {

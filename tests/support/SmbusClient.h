@@ -1,68 +1,44 @@
 #pragma once
 
-#include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <sys/socket.h>
 #include <sys/time.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <smbus.pb.h>
+
+#include "common/Frame.h"
+#include "common/UnixSocket.h"
 
 namespace test {
 
 /** A blocking connection to a UNIX socket, with a long deadline so that no test hangs. */
 class RawClient {
   public:
-    explicit RawClient( const std::string &path ) {
-        fd_ = ::socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        path.copy( address.sun_path, sizeof( address.sun_path ) - 1 );
-        if ( ::connect( fd_, reinterpret_cast<sockaddr *>( &address ), sizeof( address ) ) != 0 ) {
-            ::close( fd_ );
-            throw std::runtime_error( "cannot connect to " + path );
-        }
+    /** Connects to the listener on @p path. Throws std::system_error. */
+    explicit RawClient( const std::string &path )
+        : socket_( common::connectTo( path, std::chrono::seconds( 30 ) ) ) {
         setDeadline( 30000 );
     }
-    ~RawClient() { ::close( fd_ ); }
-    RawClient( const RawClient & ) = delete;
-    RawClient &operator=( const RawClient & ) = delete;
 
+    /** How long sending and receiving may take from now on. */
     void setDeadline( int milliseconds ) {
         const timeval deadline = { milliseconds / 1000, milliseconds % 1000 * 1000 };
-        ::setsockopt( fd_, SOL_SOCKET, SO_RCVTIMEO, &deadline, sizeof( deadline ) );
-        ::setsockopt( fd_, SOL_SOCKET, SO_SNDTIMEO, &deadline, sizeof( deadline ) );
+        ::setsockopt( socket_.get(), SOL_SOCKET, SO_RCVTIMEO, &deadline, sizeof( deadline ) );
+        ::setsockopt( socket_.get(), SOL_SOCKET, SO_SNDTIMEO, &deadline, sizeof( deadline ) );
     }
 
     /** @return whether everything was taken */
-    bool sendBytes( std::string_view bytes ) {
-        while ( !bytes.empty() ) {
-            const ssize_t sent = ::send( fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL );
-            if ( sent <= 0 ) {
-                return false;
-            }
-            bytes.remove_prefix( static_cast<size_t>( sent ) );
-        }
-        return true;
-    }
+    bool sendBytes( std::string_view bytes ) { return common::sendAll( socket_, bytes ); }
 
     /** @return exactly that many bytes; nothing if the connection ends or the deadline passes */
     std::optional<std::string> receiveBytes( size_t count ) {
         std::string bytes( count, '\0' );
-        for ( size_t had = 0; had < count; ) {
-            const ssize_t got = ::recv( fd_, bytes.data() + had, count - had, 0 );
-            if ( got <= 0 ) {
-                return std::nullopt;
-            }
-            had += static_cast<size_t>( got );
-        }
-        return bytes;
+        return common::receiveAll( socket_, bytes ) ? std::optional( bytes ) : std::nullopt;
     }
 
     /** @return a line without its end */
@@ -83,21 +59,22 @@ class RawClient {
     /** Whether the other side has closed the connection, as opposed to being silent. */
     bool closedByPeer() {
         char byte;
-        const ssize_t got = ::recv( fd_, &byte, 1, 0 );
+        const ssize_t got = ::recv( socket_.get(), &byte, 1, 0 );
         return got == 0 || ( got < 0 && errno == ECONNRESET );
     }
 
     /** Whether nothing has come and the connection still stands, looking without waiting. */
     bool silent() {
         char byte;
-        return ::recv( fd_, &byte, 1, MSG_PEEK | MSG_DONTWAIT ) < 0 &&
+        return ::recv( socket_.get(), &byte, 1, MSG_PEEK | MSG_DONTWAIT ) < 0 &&
                ( errno == EAGAIN || errno == EWOULDBLOCK );
     }
 
-    void finishSending() { ::shutdown( fd_, SHUT_WR ); }
+    /** Tells the other side that nothing more comes; it may still answer. */
+    void finishSending() { ::shutdown( socket_.get(), SHUT_WR ); }
 
-  private:
-    int fd_ = -1;
+  protected:
+    common::Descriptor socket_;
 };
 
 /** Where a request goes: bus and device. */
@@ -173,45 +150,29 @@ class TransactionBuilder {
     Smbus::TransactionRequest request_;
 };
 
-/** A client of the SMBus service that frames messages by hand. */
+/** A client of the SMBus service. */
 class SmbusClient : public RawClient {
   public:
     using RawClient::RawClient;
 
+    /** @return whether the whole request was taken */
     bool send( const Smbus::TransactionRequest &request ) {
-        const std::string message = request.SerializeAsString();
-        return sendBytes( header( message.size() ) + message );
+        return sendBytes( common::framed( request.SerializeAsString() ) );
     }
 
     /** @return the reply; nothing if none came */
     std::optional<Smbus::TransactionResponse> receive() {
-        const auto length = receiveBytes( 4 );
-        if ( !length ) {
+        common::FrameDecoder frame;
+        if ( !common::receiveFrame( socket_, frame ) ) {
             return std::nullopt;
         }
-        uint32_t size = 0;
-        for ( const char byte : *length ) {
-            size = size << 8 | static_cast<uint8_t>( byte );
-        }
-        const auto message = receiveBytes( size );
         Smbus::TransactionResponse reply;
-        if ( !message || !reply.ParseFromString( *message ) ) {
-            return std::nullopt;
-        }
-        return reply;
+        return reply.ParseFromString( frame.message() ) ? std::optional( reply ) : std::nullopt;
     }
 
+    /** Sends a transaction. @return its reply; nothing if none came */
     std::optional<Smbus::TransactionResponse> call( const TransactionBuilder &builder ) {
         return send( builder.request() ) ? receive() : std::nullopt;
-    }
-
-    /** The frame header of a message of that size. */
-    static std::string header( size_t size ) {
-        std::string bytes;
-        for ( int shift = 24; shift >= 0; shift -= 8 ) {
-            bytes.push_back( static_cast<char>( size >> shift & 0xFF ) );
-        }
-        return bytes;
     }
 };
 

@@ -10,6 +10,9 @@
 #include <string_view>
 #include <thread>
 
+#include "common/Descriptor.h"
+#include "common/TemporaryFolder.h"
+
 namespace support {
 
 /** A flag that threads of one test wait for. */
@@ -34,9 +37,8 @@ class SocketPeer {
     /** One accepted connection. Closed when its handler returns. */
     class Connection {
       public:
-        /** Takes over @p fd. @p frames is counted up per whole frame read. */
-        Connection( int fd, int index, std::atomic<int> &frames );
-        ~Connection();
+        /** @p frames is counted up per whole frame read. */
+        Connection( common::Descriptor socket, int index, std::atomic<int> &frames );
         Connection( const Connection & ) = delete;
         Connection &operator=( const Connection & ) = delete;
 
@@ -61,8 +63,8 @@ class SocketPeer {
       private:
         const int index_;
         std::atomic<int> &frames_;
-        std::mutex mutex_; // of fd_, which stop() shuts down from another thread
-        int fd_;
+        std::mutex mutex_; // of socket_, which stop() shuts down from another thread
+        common::Descriptor socket_;
     };
 
     using Handler = std::function<void( Connection & )>;
@@ -89,19 +91,16 @@ class SocketPeer {
     void acceptAll();
 
     Handler handler_;
-    std::string folder_;
+    common::TemporaryFolder folder_{ "orvan-peer" };
     std::string path_;
     std::atomic<int> connections_ = 0;
     std::atomic<int> frames_ = 0;
-    int listener_ = -1;
+    common::Descriptor listener_;
     std::thread acceptor_;
     std::mutex mutex_; // of open_
     std::list<Connection> open_;
     std::list<std::thread> handlers_;
 };
-
-/** @p message behind its length. */
-std::string framed( std::string_view message );
 
 /** The calling thread, for waitUntilAsleep(). */
 int currentThread();

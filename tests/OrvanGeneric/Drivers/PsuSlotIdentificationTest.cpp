@@ -5,9 +5,9 @@
 
 #include <gmock/gmock.h>
 
+#include "common/TemporaryFolder.h"
 #include "tests/OrvanGeneric/Drivers/PsuSlotFixture.h"
 #include "tests/support/EepromHam.h"
-#include "tests/support/Process.h"
 
 namespace {
 
@@ -198,7 +198,7 @@ class PsuSlotCommandTest : public PsuSlotTest {
         return slot( slotArguments( "ipmitool", arguments ) );
     }
 
-    test::TemporaryFolder folder_;
+    common::TemporaryFolder folder_;
 };
 
 constexpr const char *goodAnswer = "echo ModelNumber=DPS550AB6A; echo SerialNumber=A7";

@@ -6,8 +6,8 @@
 
 #include <string>
 
+#include "common/TemporaryFolder.h"
 #include "orvan/board/Board.h"
-#include "tests/support/Process.h"
 
 namespace test {
 
@@ -29,10 +29,10 @@ class BoardFiles {
         return text;
     }
     const orvan::Board &board() const { return board_; }
-    const TemporaryFolder &folder() const { return folder_; }
+    const common::TemporaryFolder &folder() const { return folder_; }
 
   private:
-    TemporaryFolder folder_;
+    common::TemporaryFolder folder_;
     orvan::Board board_;
 };
 

@@ -252,7 +252,7 @@ TEST_F( DescriptionCheckTest, AMultiDevicesPartsAreCheckedWithTheSlotsArguments 
                "expected an integer from 1 to 2 (the key is missing)\n" );
     EXPECT_EQ( multi( R"({"a":"{]"})" ),
                "peripherals.json at /0/description/multiDeviceArgs/a: line 1, column 2: Missing a "
-               "name for object member.; expected JSON text\n" );
+               "name for object member; expected JSON text\n" );
     EXPECT_EQ( multi( R"({"a":{"did":2,"driver":"Dummy","address":{"address":1}}})" ),
                "peripherals.json at /0/description/multiDeviceArgs/a: at /driverArgs: expected an "
                "object, if need be empty: the slot's arguments go there\n" );

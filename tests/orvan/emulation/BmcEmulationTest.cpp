@@ -1,11 +1,19 @@
 /** The simulated BMC's life, with the real simulator and with stand-ins that fail. */
 #include "orvan/emulation/BmcEmulation.h"
 
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <gmock/gmock.h>
 
+#include "common/Descriptor.h"
+#include "common/TemporaryFolder.h"
 #include "orvan/base/Errors.h"
 #include "orvan/emulation/BmcProbe.h"
-#include "tests/support/Process.h"
 
 namespace {
 
@@ -53,8 +61,8 @@ class BmcEmulationTest : public testing::Test {
     }
     bool nothingIsLeft() const { return std::filesystem::is_empty( private_.path() ); }
 
-    test::TemporaryFolder board_;
-    test::TemporaryFolder private_; // where private folders are made
+    common::TemporaryFolder board_;
+    common::TemporaryFolder private_; // where private folders are made
 };
 
 TEST_F( BmcEmulationTest, AnswersWhileItLivesAndLeavesNothing ) {
@@ -90,17 +98,17 @@ TEST_F( BmcEmulationTest, BoardsFilesStayAsTheyAre ) {
 }
 
 TEST_F( BmcEmulationTest, EndsWithTheProcessHoweverThatDies ) {
-    test::Pipe ports;
+    const common::Pipe ports = common::makePipe();
     const pid_t child = ::fork();
     if ( child == 0 ) {
         const BmcEmulation bmc( options() );
         const uint16_t port = bmc.port();
-        static_cast<void>( !::write( ports.writeEnd, &port, sizeof( port ) ) );
+        static_cast<void>( !::write( ports.writeEnd.get(), &port, sizeof( port ) ) );
         ::raise( SIGKILL );
     }
     uint16_t port = 0;
-    ASSERT_EQ( ::read( ports.readEnd, &port, sizeof( port ) ), ssize_t{ sizeof( port ) } );
-    test::await( child );
+    ASSERT_EQ( ::read( ports.readEnd.get(), &port, sizeof( port ) ), ssize_t{ sizeof( port ) } );
+    ::waitpid( child, nullptr, 0 );
     while ( !nothingIsLeft() ) {
         ::poll( nullptr, 0, 1 );
     }

@@ -3,12 +3,12 @@
 // other it listens, with "deaf.json" ignoring SIGTERM. Its
 // arguments go into the file "arguments" beside the configuration, one a line.
 #include <csignal>
-#include <cstring>
 #include <fstream>
 #include <string>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
+
+#include "common/Descriptor.h"
+#include "common/UnixSocket.h"
 
 int main( int argc, char **argv ) {
     std::string socketPath;
@@ -42,13 +42,10 @@ int main( int argc, char **argv ) {
     if ( name == "deaf.json" ) {
         std::signal( SIGTERM, SIG_IGN );
     }
-    const int listener = ::socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
+    common::Descriptor listener;
     if ( name != "hangs.json" ) {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::strncpy( address.sun_path, socketPath.c_str(), sizeof( address.sun_path ) - 1 );
-        if ( ::bind( listener, reinterpret_cast<sockaddr *>( &address ), sizeof( address ) ) != 0 ||
-             ::listen( listener, 4 ) != 0 || ::write( ready, "\n", 1 ) != 1 ) {
+        listener = common::listenOn( socketPath );
+        if ( ::write( ready, "\n", 1 ) != 1 ) {
             return 4;
         }
     }

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "tests/support/Process.h"
+#include "common/TemporaryFolder.h"
 
 namespace {
 
@@ -18,11 +18,11 @@ std::string problemsOf( const std::string &text ) {
 
 TEST( JsonFile, BadSyntaxIsLocatedByLineAndColumn ) {
     EXPECT_EQ( problemsOf( "[\n  1,\n  ]" ),
-               "f.json: line 3, column 3: Invalid value.; expected JSON text\n" );
+               "f.json: line 3, column 3: Invalid value; expected JSON text\n" );
     EXPECT_EQ( problemsOf( "" ),
-               "f.json: line 1, column 1: The document is empty.; expected JSON text\n" );
+               "f.json: line 1, column 1: The document is empty; expected JSON text\n" );
     EXPECT_EQ( problemsOf( "[] x" ), "f.json: line 1, column 4: The document root must not be "
-                                     "followed by other values.; expected JSON text\n" );
+                                     "followed by other values; expected JSON text\n" );
 }
 
 TEST( JsonFile, ANulCharacterIsRefused ) {
@@ -36,7 +36,7 @@ TEST( JsonFile, AKeyGivenTwiceIsRefusedAtAnyDepth ) {
 }
 
 TEST( JsonFile, AFileIsReadAsItIs ) {
-    const test::TemporaryFolder folder;
+    const common::TemporaryFolder folder;
     JsonFile file;
     Problems problems;
     ASSERT_TRUE( orvan::readJsonFile( folder.write( "a.json", " [ 1 ]\n" ), file, problems ) );
@@ -45,7 +45,7 @@ TEST( JsonFile, AFileIsReadAsItIs ) {
 }
 
 TEST( JsonFile, WhatCannotBeReadIsNamed ) {
-    const test::TemporaryFolder folder;
+    const common::TemporaryFolder folder;
     JsonFile file;
     Problems problems;
     EXPECT_FALSE( orvan::readJsonFile( folder.file( "no.json" ), file, problems ) );

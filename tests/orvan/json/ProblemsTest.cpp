@@ -4,7 +4,6 @@
 
 namespace {
 
-using orvan::pointerTo;
 using orvan::Problems;
 
 TEST( Problems, EachIsOneLineWithFilePlaceValueAndExpectation ) {
@@ -28,18 +27,6 @@ TEST( Problems, WarningsAreNoErrors ) {
     EXPECT_FALSE( problems.hasErrors() );
     problems.warning( "f", "", "w" );
     EXPECT_FALSE( problems.hasErrors() );
-}
-
-TEST( Problems, PointersEscapeTildesAndSlashes ) {
-    EXPECT_EQ( pointerTo( "/a", std::string( "b~c/d" ) ), "/a/b~0c~1d" );
-    EXPECT_EQ( pointerTo( "", 12 ), "/12" );
-}
-
-TEST( Problems, LongValuesAreCut ) {
-    rapidjson::Document document;
-    document.Parse( R"(["aaaaaaaaaaaaaaaaaaaa"])" );
-    EXPECT_EQ( orvan::shortJson( document, 10 ), "[\"aaaaa..." );
-    EXPECT_EQ( orvan::shortJson( document ), R"(["aaaaaaaaaaaaaaaaaaaa"])" );
 }
 
 TEST( Problems, CompactJsonIsAscii ) {

@@ -1,6 +1,9 @@
 /** The program, the library and the service together, on the project's boards. */
+#include <filesystem>
+
 #include <gmock/gmock.h>
 
+#include "common/TemporaryFolder.h"
 #include "tests/support/Process.h"
 
 namespace {
@@ -39,7 +42,7 @@ class EmulatedBoardTest : public testing::Test {
         EXPECT_THAT( run.errors, IsEmpty() );
     }
 
-    test::TemporaryFolder folder_;
+    common::TemporaryFolder folder_;
 };
 
 TEST_F( EmulatedBoardTest, EveryLineOfTheGpioBoardIsShown ) {
@@ -102,7 +105,7 @@ TEST_F( EmulatedBoardTest, InSimulationTheFilesAreTheDevices ) {
 }
 
 TEST_F( EmulatedBoardTest, TheServicesMistakesAreItsOwnToReport ) {
-    const test::TemporaryFolder board;
+    const common::TemporaryFolder board;
     for ( const char *name : { "topology.json", "peripherals.json" } ) {
         std::filesystem::copy( std::string( ORVAN_SOURCE_DIR "/boards/mirelund-gpio/" ) + name,
                                board.file( name ) );

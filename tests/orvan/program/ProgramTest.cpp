@@ -1,9 +1,13 @@
 /** The program on the fake library and service: options, exit codes, what reaches which stream. */
+#include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <set>
 #include <sstream>
 
 #include <gmock/gmock.h>
 
+#include "common/TemporaryFolder.h"
 #include "tests/support/Process.h"
 
 namespace {
@@ -39,7 +43,7 @@ class ProgramTest : public testing::Test {
         return orvan( words );
     }
 
-    test::TemporaryFolder folder_;
+    common::TemporaryFolder folder_;
 };
 
 TEST_F( ProgramTest, ShowsABoard ) {

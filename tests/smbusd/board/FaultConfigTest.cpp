@@ -44,24 +44,25 @@ TEST( FaultConfig, ReadsEveryParameter ) {
 
 TEST( FaultConfig, RefusesWrongValues ) {
     EXPECT_EQ( faultMessage( R"({ "target": "x", "kind": "nack" })" ),
-               "hardware.json: /faults/0/target: \"x\": expected the name of a chip or a bus" );
+               "hardware.json: at /faults/0/target: \"x\"; expected the name of a chip or a bus" );
     EXPECT_EQ( faultMessage( R"({ "target": "e", "kind": "fire" })" ),
-               "hardware.json: /faults/0/kind: \"fire\": expected one of nack, bad-pec, "
+               "hardware.json: at /faults/0/kind: \"fire\"; expected one of nack, bad-pec, "
                "short-block, clock-hold, stuck-bus, arbitration-lost, flip-bit, delay, "
                "drop-connection, stop-answering" );
     EXPECT_EQ( faultMessage( R"({ "target": "e", "kind": "nack", "ms": 5 })" ),
-               "hardware.json: /faults/0/ms: 5: expected no \"ms\" for the kind nack" );
+               "hardware.json: at /faults/0/ms: 5; expected no \"ms\" for the kind nack" );
     EXPECT_EQ( faultMessage( R"({ "target": "e", "kind": "delay" })" ),
-               "hardware.json: /faults/0: {\"target\":\"e\",\"kind\":\"delay\"}: expected an "
+               "hardware.json: at /faults/0: {\"target\":\"e\",\"kind\":\"delay\"}; expected an "
                "object with \"ms\"" );
     EXPECT_EQ( faultMessage( R"({ "target": "e", "kind": "nack", "times": 0 })" ),
-               "hardware.json: /faults/0/times: 0: expected a whole number from 1 to 4294967295 "
+               "hardware.json: at /faults/0/times: 0; expected a whole number from 1 to 4294967295 "
                "(or as text: \"0xFFFFFFFF\")" );
     EXPECT_EQ( faultMessage( R"({ "target": "e", "kind": "nack", "at": "start" })" ),
-               "hardware.json: /faults/0/at: \"start\": expected \"address\" or \"data\"" );
-    EXPECT_EQ( faultMessage( R"({ "target": "e", "kind": "flip-bit", "bit": 8 })" ),
-               "hardware.json: /faults/0/bit: 8: expected a whole number from 0 to 7 (or as text: "
-               "\"0x7\")" );
+               "hardware.json: at /faults/0/at: \"start\"; expected \"address\" or \"data\"" );
+    EXPECT_EQ(
+        faultMessage( R"({ "target": "e", "kind": "flip-bit", "bit": 8 })" ),
+        "hardware.json: at /faults/0/bit: 8; expected a whole number from 0 to 7 (or as text: "
+        "\"0x7\")" );
 }
 
 TEST( FaultConfig, AParameterIsOnlyForTheKindsThatKnowIt ) {
@@ -86,7 +87,7 @@ TEST( FaultConfig, AParameterIsOnlyForTheKindsThatKnowIt ) {
                                parameter.kinds.end();
             EXPECT_EQ( message,
                        known ? "no error"
-                             : fmt::format( "hardware.json: /faults/0/{}: {}: expected no "
+                             : fmt::format( "hardware.json: at /faults/0/{}: {}; expected no "
                                             "\"{}\" for the kind {}",
                                             parameter.key, parameter.value, parameter.key, kind ) );
         }

@@ -47,10 +47,10 @@ TEST( AdapterSpec, RefusesWhatIsNone ) {
     const std::string expected =
         "expected a kernel adapter: its number, its name as in sysfs, or a "
         "device file such as \"/dev/i2c-1\"";
-    EXPECT_EQ( message( "\"\"" ), "text: /: \"\": " + expected );
-    EXPECT_EQ( message( R"("a\nb")" ), R"(text: /: "a\nb": )" + expected );
+    EXPECT_EQ( message( "\"\"" ), "text: \"\"; " + expected );
+    EXPECT_EQ( message( R"("a\nb")" ), R"(text: "a\nb"; )" + expected );
     EXPECT_EQ( message( "\"i2c-1048576\"" ),
-               "text: /: \"i2c-1048576\": expected a number from 0 to 1048575" );
+               "text: \"i2c-1048576\"; expected a number from 0 to 1048575" );
     EXPECT_NE( message( "1048576" ), "" );
     EXPECT_NE( message( "-1" ), "" );
     EXPECT_NE( message( "true" ), "" );

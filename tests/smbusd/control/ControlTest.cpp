@@ -83,9 +83,10 @@ TEST_F( Control, PlugsUnitsAndChips ) {
     EXPECT_FALSE( test.hardware.findUnit( "supply" )->plugged );
     EXPECT_EQ( ask( R"({"command":"plug","name":"psu"})" ), R"({"ok":true})" );
     EXPECT_TRUE( test.chip( "psu" ).plugged() );
-    EXPECT_EQ( ask( R"({"command":"plug","name":"fan"})" ),
-               R"({"ok":false,"error":"request: /name: \"fan\": expected the name of a unit or a )"
-               R"(chip"})" );
+    EXPECT_EQ(
+        ask( R"({"command":"plug","name":"fan"})" ),
+        R"({"ok":false,"error":"request: at /name: \"fan\"; expected the name of a unit or a )"
+        R"(chip"})" );
 }
 
 TEST_F( Control, SwitchesThePower ) {
@@ -98,7 +99,7 @@ TEST_F( Control, SwitchesThePower ) {
     test.scheduler.advance( smbusd::Hardware::defaultPowerCycle );
     EXPECT_TRUE( test.hardware.powered() );
     EXPECT_EQ( ask( R"({"command":"power","state":"up"})" ),
-               R"({"ok":false,"error":"request: /state: \"up\": expected \"on\", \"off\" or )"
+               R"({"ok":false,"error":"request: at /state: \"up\"; expected \"on\", \"off\" or )"
                R"(\"cycle\""})" );
 }
 
@@ -117,12 +118,13 @@ TEST_F( Control, InjectsListsAndClearsFaults ) {
         R"({"fault":3,"target":"bus","kind":"flip-bit","hits":1}]})" );
     EXPECT_EQ( ask( R"({"command":"clear","fault":1})" ), R"({"ok":true,"cleared":1})" );
     EXPECT_EQ( ask( R"({"command":"clear","fault":1})" ),
-               R"({"ok":false,"error":"request: /fault: 1: expected the number of a fault in )"
+               R"({"ok":false,"error":"request: at /fault: 1; expected the number of a fault in )"
                R"(force"})" );
     EXPECT_EQ( ask( R"({"command":"clear","target":"psu"})" ), R"({"ok":true,"cleared":0})" );
-    EXPECT_EQ( ask( R"({"command":"clear","target":"x"})" ),
-               R"({"ok":false,"error":"request: /target: \"x\": expected the name of a chip or a )"
-               R"(bus"})" );
+    EXPECT_EQ(
+        ask( R"({"command":"clear","target":"x"})" ),
+        R"({"ok":false,"error":"request: at /target: \"x\"; expected the name of a chip or a )"
+        R"(bus"})" );
     EXPECT_EQ( ask( R"({"command":"clear"})" ), R"({"ok":true,"cleared":2})" );
 }
 
@@ -152,22 +154,23 @@ TEST_F( Control, FollowsAllBusesOrOne ) {
 }
 
 TEST_F( Control, RefusesWhatIsNoRequest ) {
-    EXPECT_EQ( ask( "hello" ),
-               R"({"ok":false,"error":"request: line 1, column 1: not JSON: Invalid value."})" );
+    EXPECT_EQ(
+        ask( "hello" ),
+        R"({"ok":false,"error":"request: line 1, column 1: Invalid value; expected JSON text"})" );
     EXPECT_EQ( ask( "[1]" ),
-               R"({"ok":false,"error":"request: /: [1]: expected an object with a \"command\""})" );
+               R"({"ok":false,"error":"request: [1]; expected an object with a \"command\""})" );
     EXPECT_EQ( ask( "{}" ),
-               R"({"ok":false,"error":"request: /: {}: expected an object with \"command\""})" );
+               R"({"ok":false,"error":"request: {}; expected an object with \"command\""})" );
     EXPECT_EQ(
         ask( R"({"command":"explode"})" ),
-        R"({"ok":false,"error":"request: /command: \"explode\": expected one of list, read, )"
+        R"({"ok":false,"error":"request: at /command: \"explode\"; expected one of list, read, )"
         R"(write, inputs, set, plug, unplug, power, inject, clear, faults, counters, )"
         R"(follow"})" );
     EXPECT_EQ( ask( R"({"command":"list","all":1})" ),
-               R"({"ok":false,"error":"request: /all: 1: expected no such key here, only )"
+               R"({"ok":false,"error":"request: at /all: 1; expected no such key here, only )"
                R"(command"})" );
     EXPECT_EQ( ask( R"({"command":"read","chip":"x"})" ),
-               R"({"ok":false,"error":"request: /chip: \"x\": expected the name of a chip"})" );
+               R"({"ok":false,"error":"request: at /chip: \"x\"; expected the name of a chip"})" );
 }
 
 } // namespace

@@ -7,7 +7,7 @@
 #include <asio/write.hpp>
 #include <gtest/gtest.h>
 
-#include "tests/support/Process.h"
+#include "common/TemporaryFolder.h"
 
 namespace {
 
@@ -30,7 +30,7 @@ class OneAnswer {
     std::string path() const { return folder_.file( "control" ); }
 
   private:
-    test::TemporaryFolder folder_;
+    common::TemporaryFolder folder_;
     asio::io_context loop_;
     stream_protocol::acceptor acceptor_;
 
@@ -97,7 +97,7 @@ TEST( ControlClient, ReadsEventsUntilTheServiceEnds ) {
 }
 
 TEST( ControlClient, SaysWhereItFoundNobody ) {
-    const test::TemporaryFolder folder;
+    const common::TemporaryFolder folder;
     const std::string path = folder.file( "none" );
     EXPECT_EQ( errorOf<smbusd::ControlUnreachable>( [ & ] { ControlClient client( path ); } ),
                path + ": No such file or directory (is smbusd running? --control names its control "

@@ -1,6 +1,14 @@
 // The control tool against a real service.
+#include <optional>
+#include <thread>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
+#include "common/Child.h"
+#include "common/Descriptor.h"
+#include "tests/support/Process.h"
+#include "tests/support/SmbusClient.h"
 #include "tests/support/SmbusdProcess.h"
 
 namespace {
@@ -135,16 +143,18 @@ TEST_F( Smbusctl, Counters ) {
 }
 
 TEST_F( Smbusctl, FollowPrintsOneLineAnOperation ) {
-    test::Pipe pipe;
-    const pid_t follower = test::spawn( { ORVAN_BIN_DIR "/smbusctl", "--control", service.control(),
-                                          "follow", "--bus", "scd", "--count", "2" },
-                                        { { 1, pipe.writeEnd } } );
-    pipe.closeWriteEnd();
+    common::Pipe pipe = common::makePipe();
+    common::ChildOptions options;
+    options.descriptors = { { STDOUT_FILENO, pipe.writeEnd.get() } };
+    common::Child follower( { ORVAN_BIN_DIR "/smbusctl", "--control", service.control(), "follow",
+                              "--bus", "scd", "--count", "2" },
+                            options );
+    pipe.writeEnd.close();
     // Operations until the follower has seen its two; it may not be there yet for the first ones.
     std::string text;
-    std::thread reader( [ & ] { text = pipe.readAll(); } );
+    std::thread reader( [ & ] { text = common::readAll( pipe.readEnd ); } );
     SmbusClient client( service.socket() );
-    while ( ::waitpid( follower, nullptr, WNOHANG ) == 0 ) {
+    while ( follower.runs() ) {
         client.call(
             TransactionBuilder().read( psu, 0x79, 2 ).read( psu.at( 0x21 ), 0, 1 ).retries( 0 ) );
     }
@@ -162,7 +172,7 @@ TEST_F( Smbusctl, RefusalsAreErrors ) {
     const test::Finished refused = run( { "read", "nothing" } );
     EXPECT_EQ( refused.exitCode, 1 );
     EXPECT_EQ( refused.errors,
-               "smbusctl: request: /chip: \"nothing\": expected the name of a chip\n" );
+               "smbusctl: request: at /chip: \"nothing\"; expected the name of a chip\n" );
     EXPECT_NE( run( { "read", "psu", "ten" } ).exitCode, 0 );
     EXPECT_NE( run( {} ).exitCode, 0 );
 }

@@ -1,10 +1,14 @@
 #include "smbusd/service/ListenSocket.h"
 
+#include <fcntl.h>
+#include <filesystem>
 #include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
-#include "tests/support/Process.h"
+#include "common/TemporaryFolder.h"
 #include "tests/support/SmbusClient.h"
 
 namespace {
@@ -33,7 +37,7 @@ std::string messageOf( const std::string &path ) {
 
 class ListenSocketFile : public testing::Test {
   protected:
-    test::TemporaryFolder folder;
+    common::TemporaryFolder folder;
     std::string path = folder.file( "s.sock" );
 };
 
@@ -119,7 +123,7 @@ class InheritedSockets : public testing::Test {
             ::setenv( "LISTEN_FDNAMES", names, 1 );
         }
     }
-    test::TemporaryFolder folder;
+    common::TemporaryFolder folder;
 };
 
 TEST_F( InheritedSockets, AreNoneUnlessAnnouncedToThisProcess ) {

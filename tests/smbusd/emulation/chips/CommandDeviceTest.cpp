@@ -137,20 +137,21 @@ TEST( CommandDeviceConfig, CanDoWithoutPec ) {
 
 TEST( CommandDeviceConfig, RefusesWrongCommands ) {
     EXPECT_EQ( messageOf( R"("0x10": {})" ),
-               "hardware.json: /buses/0/chips/0/commands/0x10: {}: expected exactly one of "
+               "hardware.json: at /buses/0/chips/0/commands/0x10: {}; expected exactly one of "
                "\"byte\", \"word\", \"block\" and \"send\"" );
-    EXPECT_EQ( messageOf( R"("0x10": { "byte": 256 })" ),
-               "hardware.json: /buses/0/chips/0/commands/0x10/byte: 256: expected a whole number "
-               "from 0 to 255 (or as text: \"0xFF\")" );
+    EXPECT_EQ(
+        messageOf( R"("0x10": { "byte": 256 })" ),
+        "hardware.json: at /buses/0/chips/0/commands/0x10/byte: 256; expected a whole number "
+        "from 0 to 255 (or as text: \"0xFF\")" );
     EXPECT_EQ(
         messageOf( R"("0x10": { "block": "" })" ),
-        "hardware.json: /buses/0/chips/0/commands/0x10/block: \"\": expected a block of 1 to "
+        "hardware.json: at /buses/0/chips/0/commands/0x10/block: \"\"; expected a block of 1 to "
         "32 bytes" );
     EXPECT_EQ( messageOf( R"("0x10": { "send": false })" ),
-               "hardware.json: /buses/0/chips/0/commands/0x10/send: false: expected true, or no "
+               "hardware.json: at /buses/0/chips/0/commands/0x10/send: false; expected true, or no "
                "\"send\"" );
-    EXPECT_EQ( messageOf( R"("0x100": { "byte": 1 })" ).substr( 0, 48 ),
-               "hardware.json: /buses/0/chips/0/commands/0x100: " );
+    EXPECT_EQ( messageOf( R"("0x100": { "byte": 1 })" ).substr( 0, 51 ),
+               "hardware.json: at /buses/0/chips/0/commands/0x100: " );
 }
 
 } // namespace

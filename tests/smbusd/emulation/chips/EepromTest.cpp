@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/Process.h"
+#include "common/TemporaryFolder.h"
 #include "tests/support/TestBoard.h"
 
 namespace {
@@ -123,7 +123,7 @@ TEST( Eeprom, LosesNothingWithoutPower ) {
 }
 
 TEST( Eeprom, TakesAnImageFile ) {
-    const test::TemporaryFolder folder;
+    const common::TemporaryFolder folder;
     folder.write( "rom.bin", std::string( "\0\x12\xFF", 3 ) );
     TestBoard test = boardWith( R"("image": "rom.bin")", folder.path() );
     EXPECT_EQ( test.data( TransactionBuilder().read( small, 0, 4 ) ),
@@ -131,29 +131,35 @@ TEST( Eeprom, TakesAnImageFile ) {
     folder.write( "big.bin", std::string( 257, 'x' ) );
     EXPECT_EQ(
         messageOf( R"("image": "big.bin")", folder.path() ),
-        "hardware.json: /buses/0/chips/0/image: \"big.bin\": expected at most 256 bytes, the "
+        "hardware.json: at /buses/0/chips/0/image: \"big.bin\"; expected at most 256 bytes, the "
         "EEPROM's size, not 257" );
-    EXPECT_EQ( messageOf( R"("image": "none.bin")", "/nowhere" ),
-               "hardware.json: /buses/0/chips/0/image: \"none.bin\": expected a file that can be "
-               "read, relative to this one (/nowhere/none.bin cannot)" );
+    EXPECT_EQ(
+        messageOf( R"("image": "none.bin")", "/nowhere" ),
+        "hardware.json: at /buses/0/chips/0/image: \"none.bin\"; expected a file that can be "
+        "read, relative to this one (/nowhere/none.bin cannot)" );
 }
 
 TEST( Eeprom, RefusesWrongOptions ) {
     EXPECT_EQ( messageOf( R"("addressing": 12)" ),
-               "hardware.json: /buses/0/chips/0/addressing: 12: expected 8 or 16" );
-    EXPECT_EQ( messageOf( R"("size": 100)" ),
-               "hardware.json: /buses/0/chips/0/size: 100: expected a power of two, at most 256" );
-    EXPECT_EQ( messageOf( R"("size": 512)" ),
-               "hardware.json: /buses/0/chips/0/size: 512: expected a whole number from 1 to 256 "
-               "(or as text: \"0x100\")" );
-    EXPECT_EQ( messageOf( R"("pageSize": 512)" ),
-               "hardware.json: /buses/0/chips/0/pageSize: 512: expected a whole number from 1 to "
-               "256 (or as text: \"0x100\")" );
-    EXPECT_EQ( messageOf( R"("data": [ 256 ])" ),
-               "hardware.json: /buses/0/chips/0/data/0: 256: expected a whole number from 0 to 255 "
-               "(or as text: \"0xFF\")" );
-    EXPECT_EQ( messageOf( R"("data": [], "image": "x")" ),
-               "hardware.json: /buses/0/chips/0/data: []: expected either \"image\" or \"data\"" );
+               "hardware.json: at /buses/0/chips/0/addressing: 12; expected 8 or 16" );
+    EXPECT_EQ(
+        messageOf( R"("size": 100)" ),
+        "hardware.json: at /buses/0/chips/0/size: 100; expected a power of two, at most 256" );
+    EXPECT_EQ(
+        messageOf( R"("size": 512)" ),
+        "hardware.json: at /buses/0/chips/0/size: 512; expected a whole number from 1 to 256 "
+        "(or as text: \"0x100\")" );
+    EXPECT_EQ(
+        messageOf( R"("pageSize": 512)" ),
+        "hardware.json: at /buses/0/chips/0/pageSize: 512; expected a whole number from 1 to "
+        "256 (or as text: \"0x100\")" );
+    EXPECT_EQ(
+        messageOf( R"("data": [ 256 ])" ),
+        "hardware.json: at /buses/0/chips/0/data/0: 256; expected a whole number from 0 to 255 "
+        "(or as text: \"0xFF\")" );
+    EXPECT_EQ(
+        messageOf( R"("data": [], "image": "x")" ),
+        "hardware.json: at /buses/0/chips/0/data: []; expected either \"image\" or \"data\"" );
     TestBoard test = boardWith( "" );
     EXPECT_THROW( test.chip( "rom" ).peek( 256 ), smbusd::ChipError );
     EXPECT_THROW( test.chip( "rom" ).poke( 256, uint32_t{ 0 } ), smbusd::ChipError );

@@ -109,21 +109,24 @@ TEST( RegisterFile, ListsItsRegisters ) {
 
 TEST( RegisterFile, RefusesWrongOptions ) {
     EXPECT_EQ( messageOf( R"("width": 12)" ),
-               "hardware.json: /buses/0/chips/0/width: 12: expected 8 or 16" );
+               "hardware.json: at /buses/0/chips/0/width: 12; expected 8 or 16" );
     EXPECT_EQ( messageOf( R"("byteOrder": "big")" ),
-               "hardware.json: /buses/0/chips/0/byteOrder: \"big\": expected \"low-first\" or "
+               "hardware.json: at /buses/0/chips/0/byteOrder: \"big\"; expected \"low-first\" or "
                "\"high-first\"" );
-    EXPECT_EQ( messageOf( R"("registers": { "0x100": 0 })" ),
-               "hardware.json: /buses/0/chips/0/registers/0x100: 0: expected a key from 0 to 255 "
-               "(or \"0xFF\")" );
-    EXPECT_EQ( messageOf( R"("registers": { "1": 256 })" ),
-               "hardware.json: /buses/0/chips/0/registers/1: 256: expected a whole number from 0 "
-               "to 255 (or as text: \"0xFF\")" );
-    EXPECT_EQ( messageOf( R"("count": 4, "readOnly": [ 4 ])" ),
-               "hardware.json: /buses/0/chips/0/readOnly/0: 4: expected a whole number from 0 to 3 "
-               "(or as text: \"0x3\")" );
+    EXPECT_EQ(
+        messageOf( R"("registers": { "0x100": 0 })" ),
+        "hardware.json: at /buses/0/chips/0/registers/0x100: 0; expected a key from 0 to 255 "
+        "(or \"0xFF\")" );
+    EXPECT_EQ(
+        messageOf( R"("registers": { "1": 256 })" ),
+        "hardware.json: at /buses/0/chips/0/registers/1: 256; expected a whole number from 0 "
+        "to 255 (or as text: \"0xFF\")" );
+    EXPECT_EQ(
+        messageOf( R"("count": 4, "readOnly": [ 4 ])" ),
+        "hardware.json: at /buses/0/chips/0/readOnly/0: 4; expected a whole number from 0 to 3 "
+        "(or as text: \"0x3\")" );
     EXPECT_EQ( messageOf( R"("count": 0)" ),
-               "hardware.json: /buses/0/chips/0/count: 0: expected a whole number from 1 to 256 "
+               "hardware.json: at /buses/0/chips/0/count: 0; expected a whole number from 1 to 256 "
                "(or as text: \"0x100\")" );
 }
 
