@@ -77,7 +77,7 @@ pl_status GPIOExpander::readBit( uint8_t bank, uint8_t bit, bool *value ) {
         TRACE( 5, "Error %d: GPIOExpander::readBit( %d, %d )", status, bank, bit );
         return status;
     }
-    *value = ( byte >> bit ) & 1;
+    *value = ( byte >> bit & 1 ) != 0;
     TRACE( 5, "GPIOExpander::readBit( %d, %d ) = %d", bank, bit, *value );
     return PL_STATUS_OK;
 }

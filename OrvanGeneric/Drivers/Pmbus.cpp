@@ -170,7 +170,7 @@ pl_status Pmbus::get_power_ok( int *ok ) {
     if ( powerBad && !off ) {
         return PL_STATUS_FAULT;
     }
-    *ok = !powerBad;
+    *ok = powerBad ? 0 : 1;
     return PL_STATUS_OK;
 }
 

@@ -108,6 +108,11 @@ bool PsuSlot::Slot::slotFlag( const char *name ) const {
     return it != slotArgs_.end() && it->second == "true";
 }
 
+std::string PsuSlot::Slot::slotText( const char *name ) const {
+    const auto it = slotArgs_.find( name );
+    return it == slotArgs_.end() ? std::string() : it->second;
+}
+
 void PsuSlot::Slot::readModels() {
     for ( int number = 1;; ++number ) {
         const auto model = slotArgs_.find( "model_" + std::to_string( number ) );
@@ -135,13 +140,7 @@ Component::LogicalDevice::Gpio *PsuSlot::Slot::newLine( const char *regKey,
 }
 
 void PsuSlot::Slot::configureIdentification() {
-    const auto text = [ this ]( const char *key ) {
-        const auto it = slotArgs_.find( key );
-        return it == slotArgs_.end() ? std::string() : it->second;
-    };
-    const auto has = [ this ]( const char *key ) { return slotArgs_.contains( key ); };
-
-    const std::string name = text( "identificationType" );
+    const std::string name = slotText( "identificationType" );
     TRACE( 0, "PsuSlot identification type: %s", name.c_str() );
     int type = Pmbus;
     while ( type < Invalid && name != typeNames[ static_cast<size_t>( type ) ] ) {
@@ -152,30 +151,10 @@ void PsuSlot::Slot::configureIdentification() {
     switch ( type_ ) {
     case Ipmi:
     case Ipmitool:
-        if ( !has( "ipmiId" ) ) {
-            TRACE( 0, "PsuSlot identification type is ipmi but ipmiId not found" );
-            identifiable_ = false;
-        } else if ( type_ == Ipmitool ) {
-            command_ = slotFlag( "useApi" ) ? "kyIpmi api " : "kyIpmi ";
-            command_ += shellQuote( text( "ipmiId" ) );
-            command_ += " psuSlot " + std::to_string( psuIndex_ + 1 );
-        }
+        configureIpmi();
         break;
     case IpmitoolRaw:
-        if ( !has( "ipmiRawModel" ) ) {
-            TRACE( 0, "PsuSlot identification type is ipmitool_raw but ipmiRawModel not found" );
-            identifiable_ = false;
-        }
-        if ( !has( "ipmiRawSerialNumber" ) ) {
-            TRACE( 0, "PsuSlot identification type is ipmitool_raw but ipmiRawSerialNumber not "
-                      "found" );
-            identifiable_ = false;
-        }
-        if ( identifiable_ ) {
-            command_ = "kyIpmi raw";
-            command_ += " ModelNumber=" + shellQuote( text( "ipmiRawModel" ) );
-            command_ += " SerialNumber=" + shellQuote( text( "ipmiRawSerialNumber" ) );
-        }
+        configureIpmitoolRaw();
         break;
     case Invalid:
         TRACE( 0, "Invalid identification type: '%s'", name.c_str() );
@@ -187,6 +166,35 @@ void PsuSlot::Slot::configureIdentification() {
     }
     if ( !command_.empty() ) {
         TRACE( 0, "psuSlot ipmi command: '%s'", command_.c_str() );
+    }
+}
+
+void PsuSlot::Slot::configureIpmi() {
+    if ( !slotArgs_.contains( "ipmiId" ) ) {
+        TRACE( 0, "PsuSlot identification type is ipmi but ipmiId not found" );
+        identifiable_ = false;
+        return;
+    }
+    if ( type_ == Ipmitool ) {
+        command_ = slotFlag( "useApi" ) ? "kyIpmi api " : "kyIpmi ";
+        command_ += shellQuote( slotText( "ipmiId" ) );
+        command_ += " psuSlot " + std::to_string( psuIndex_ + 1 );
+    }
+}
+
+void PsuSlot::Slot::configureIpmitoolRaw() {
+    if ( !slotArgs_.contains( "ipmiRawModel" ) ) {
+        TRACE( 0, "PsuSlot identification type is ipmitool_raw but ipmiRawModel not found" );
+        identifiable_ = false;
+    }
+    if ( !slotArgs_.contains( "ipmiRawSerialNumber" ) ) {
+        TRACE( 0, "PsuSlot identification type is ipmitool_raw but ipmiRawSerialNumber not found" );
+        identifiable_ = false;
+    }
+    if ( identifiable_ ) {
+        command_ = "kyIpmi raw";
+        command_ += " ModelNumber=" + shellQuote( slotText( "ipmiRawModel" ) );
+        command_ += " SerialNumber=" + shellQuote( slotText( "ipmiRawSerialNumber" ) );
     }
 }
 

@@ -71,13 +71,20 @@ class PsuSlot : public Component::HardwareDevice {
       private:
         enum IdentificationType { Pmbus, Ipmi, Ipmitool, IpmitoolRaw, Wedge, Tlv, Invalid };
 
+        /** Whether that argument is there and "true". */
         bool slotFlag( const char *name ) const;
+        /** That argument; empty where it is missing. */
+        std::string slotText( const char *name ) const;
         /** Takes "model_1" and "psuFdl_1", then 2 and so on. */
         void readModels();
         /** A line of "gpioDevice"; null where it or one of the keys is missing. */
         Gpio *newLine( const char *regKey, const char *bitKey ) const;
-        /** Checks the keys that the type needs, and builds its command. */
+        /** Takes the type, checks the keys that it needs, and builds its command. */
         void configureIdentification();
+        /** The same for ipmi and ipmitool. */
+        void configureIpmi();
+        /** The same for ipmitool_raw. */
+        void configureIpmitoolRaw();
         /** The state of both lines, for the caller to compare with true. */
         pl_status readLines( bool &present, bool &powerOk );
         /** Forgets the supply that was identified last. */

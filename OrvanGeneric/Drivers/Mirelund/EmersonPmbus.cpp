@@ -98,7 +98,7 @@ pl_status EmersonPmbus::Psu::get_power_ok( int *ok ) {
     if ( acOk && !powerOk ) {
         return PL_STATUS_FAULT;
     }
-    *ok = powerOk;
+    *ok = powerOk ? 1 : 0;
     return PL_STATUS_OK;
 }
 
