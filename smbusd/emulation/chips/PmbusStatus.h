@@ -14,6 +14,7 @@ namespace smbusd {
 class PmbusStatus {
   public:
     // Bits of the registers that have the summaries in STATUS_WORD.
+    static constexpr uint8_t voutOverVoltage = 0x80;         ///< STATUS_VOUT
     static constexpr uint8_t voutUnderVoltage = 0x10;        ///< STATUS_VOUT
     static constexpr uint8_t ioutOverCurrent = 0x80;         ///< STATUS_IOUT
     static constexpr uint8_t vinUnderVoltage = 0x10;         ///< STATUS_INPUT
@@ -30,6 +31,8 @@ class PmbusStatus {
     void set( uint8_t command, uint8_t faults ) { faults_[ command ] = faults; }
     /** Forgets all faults; those whose cause lasts have to be added again. */
     void clear() { faults_.clear(); }
+    /** Forgets those faults of the register @p command. */
+    void clear( uint8_t command, uint8_t faults );
 
     /** What the register @p command holds; 0 also for one that never had a fault. */
     uint8_t faults( uint8_t command ) const;

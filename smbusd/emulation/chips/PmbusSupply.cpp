@@ -20,6 +20,7 @@ constexpr uint8_t operationOn = 0x80;
 constexpr uint8_t protectAll = 0x80;
 constexpr uint8_t protectAllButOperation = 0x40;
 constexpr uint8_t protectAllButOutput = 0x20;
+constexpr uint8_t protectNothing = 0;
 
 /** By fan: its bits in FAN_CONFIG_1_2. */
 constexpr uint8_t fanInstalled[] = { 0x80, 0x08 };
@@ -53,14 +54,14 @@ const PmbusSupply::Row PmbusSupply::rows[] = {
     { FAN_CONFIG_1_2, "FAN_CONFIG_1_2", 1, true, []( const PmbusSupply &s ) -> uint32_t { return s.fanConfig_; }, 1 },
     { FAN_COMMAND_1, "FAN_COMMAND_1", 2, true, []( const PmbusSupply &s ) -> uint32_t { return s.fanCommands_[ 0 ]; }, 1 },
     { FAN_COMMAND_2, "FAN_COMMAND_2", 2, true, []( const PmbusSupply &s ) -> uint32_t { return s.fanCommands_[ 1 ]; }, 2 },
-    { STATUS_BYTE, "STATUS_BYTE", 1, false, []( const PmbusSupply &s ) { return s.statusWord() & byteMask; } },
-    { STATUS_WORD, "STATUS_WORD", 2, false, []( const PmbusSupply &s ) { return s.statusWord(); } },
-    { STATUS_VOUT, "STATUS_VOUT", 1, false, nullptr },
-    { STATUS_IOUT, "STATUS_IOUT", 1, false, nullptr },
-    { STATUS_INPUT, "STATUS_INPUT", 1, false, nullptr },
-    { STATUS_TEMPERATURE, "STATUS_TEMPERATURE", 1, false, nullptr },
-    { STATUS_CML, "STATUS_CML", 1, false, nullptr },
-    { STATUS_FANS_1_2, "STATUS_FANS_1_2", 1, false, nullptr },
+    { STATUS_BYTE, "STATUS_BYTE", 1, true, []( const PmbusSupply &s ) { return s.statusWord() & byteMask; } },
+    { STATUS_WORD, "STATUS_WORD", 2, true, []( const PmbusSupply &s ) { return s.statusWord(); } },
+    { STATUS_VOUT, "STATUS_VOUT", 1, true, nullptr },
+    { STATUS_IOUT, "STATUS_IOUT", 1, true, nullptr },
+    { STATUS_INPUT, "STATUS_INPUT", 1, true, nullptr },
+    { STATUS_TEMPERATURE, "STATUS_TEMPERATURE", 1, true, nullptr },
+    { STATUS_CML, "STATUS_CML", 1, true, nullptr },
+    { STATUS_FANS_1_2, "STATUS_FANS_1_2", 1, true, nullptr },
     { READ_VIN, "READ_VIN", 2, false, []( const PmbusSupply &s ) -> uint32_t { return toLinear11( s.model_.inputVoltage() ); } },
     { READ_IIN, "READ_IIN", 2, false, []( const PmbusSupply &s ) -> uint32_t { return toLinear11( s.model_.inputCurrent() ); } },
     { READ_VOUT, "READ_VOUT", 2, false, []( const PmbusSupply &s ) { return s.voutWord(); } },
@@ -103,9 +104,15 @@ void PmbusSupply::reset() {
     fanCommands_ = resetFanCommands_;
     status_.clear();
     forced_.clear();
+    switchedOn_ = model_.isSwitchedOn();
     driveFans();
     model_.stopFans();
     latchFaults();
+}
+
+bool PmbusSupply::isProtection( uint32_t value ) {
+    return value == protectAll || value == protectAllButOperation || value == protectAllButOutput ||
+           value == protectNothing;
 }
 
 bool PmbusSupply::start( bool read ) {
@@ -212,9 +219,8 @@ bool PmbusSupply::isProtected( uint8_t command ) const {
 
 void PmbusSupply::writeCommand( uint8_t command, std::span<const uint8_t> data ) {
     if ( isProtected( command ) ) {
-        misuse( fmt::format( "write of command 0x{:02X} while WRITE_PROTECT is 0x{:02X}", command,
-                             writeProtect_ ) );
-        status_.add( STATUS_CML, PmbusStatus::invalidData );
+        refuseData( fmt::format( "write of command 0x{:02X} while WRITE_PROTECT is 0x{:02X}",
+                                 command, writeProtect_ ) );
         return;
     }
     if ( command == CLEAR_FAULTS ) {
@@ -222,8 +228,19 @@ void PmbusSupply::writeCommand( uint8_t command, std::span<const uint8_t> data )
         latchFaults();
         return;
     }
-    store( command,
-           static_cast<uint16_t>( data.size() == 1 ? data[ 0 ] : data[ 0 ] | data[ 1 ] << 8 ) );
+    const auto value =
+        static_cast<uint16_t>( data.size() == 1 ? data[ 0 ] : data[ 0 ] | data[ 1 ] << 8 );
+    if ( command == WRITE_PROTECT && !isProtection( value ) ) {
+        refuseData( fmt::format(
+            "0x{:02X} for WRITE_PROTECT, where 0x80, 0x40, 0x20 or 0 was expected", value ) );
+        return;
+    }
+    store( command, value );
+}
+
+void PmbusSupply::refuseData( const std::string &why ) {
+    misuse( why );
+    status_.add( STATUS_CML, PmbusStatus::invalidData );
 }
 
 void PmbusSupply::store( uint8_t command, uint16_t value ) {
@@ -238,10 +255,26 @@ void PmbusSupply::store( uint8_t command, uint16_t value ) {
     case FAN_CONFIG_1_2:
         fanConfig_ = static_cast<uint8_t>( value );
         break;
-    default:
+    case FAN_COMMAND_1:
+    case FAN_COMMAND_2:
         fanCommands_[ command - FAN_COMMAND_1 ] = value;
+        break;
+    case STATUS_BYTE:
+    case STATUS_WORD:
+        break; // BUSY and UNKNOWN, the only bits without a register of their own, are never set
+    default:
+        status_.clear( command, static_cast<uint8_t>( value ) );
     }
     driveFans();
+    followSwitches();
+}
+
+void PmbusSupply::followSwitches() {
+    const bool on = model_.isSwitchedOn();
+    if ( on && !switchedOn_ ) {
+        status_.clear();
+    }
+    switchedOn_ = on;
     latchFaults();
 }
 

@@ -29,8 +29,10 @@ struct PmbusIdentity {
  * It delivers what the load draws while it has mains and OPERATION is on; readings follow from that
  * and come as LINEAR11, or as LINEAR16 for the output voltage. Fans follow FAN_COMMAND, a duty in
  * percent or revolutions per minute as FAN_CONFIG_1_2 says. Faults stay in the STATUS registers
- * until CLEAR_FAULTS, and come back immediately while their cause lasts; OFF and POWER_GOOD# are always
- * those of the moment. WRITE_PROTECT keeps out what it says.
+ * until CLEAR_FAULTS, until they are written there as ones, or until the output is switched off and on
+ * again, and come back immediately while their cause lasts; OFF and POWER_GOOD# are always those of
+ * the moment. STATUS_BYTE and STATUS_WORD follow the other registers, whatever is written to them.
+ * WRITE_PROTECT keeps out what it says, and takes no setting that is not defined.
  *
  * Inputs: "vin" volts of the mains, "iout" amperes that the load draws, "ambient" degrees, and the
  * lines "on", which switches it on, "output.fault", for an output that has collapsed, and
@@ -42,6 +44,8 @@ class PmbusSupply : public SmbusDevice {
     static constexpr uint8_t noVoutMode = 0xFF;
     /** READ_TEMPERATURE_1 to 3. */
     static constexpr size_t mostTemperatures = 3;
+    /** Whether WRITE_PROTECT has that setting: 0x80, 0x40, 0x20 or 0. */
+    static bool isProtection( uint32_t value );
 
     /** Makes one as hardware.json describes it. Throws ConfigError for what is wrong there. */
     static std::unique_ptr<Chip> create( ChipContext context, const ChipOptions &options );
@@ -100,7 +104,11 @@ class PmbusSupply : public SmbusDevice {
     const Row &rowOf( uint32_t command ) const;
     uint32_t numberOf( const Row &row ) const;
     bool isProtected( uint8_t command ) const;
+    /** Data that the device cannot take: logged, and a fault of communication. */
+    void refuseData( const std::string &why );
     void store( uint8_t command, uint16_t value );
+    /** Switching on, by line or OPERATION, forgets the faults from before. */
+    void followSwitches();
     void driveFans();
     /** @return whether there is such an input; throws for a value that it cannot have */
     bool changeInput( SupplySurroundings &next, std::string_view input, double value ) const;
@@ -115,6 +123,7 @@ class PmbusSupply : public SmbusDevice {
     uint8_t resetFanConfig_ = 0;
     std::vector<uint16_t> resetFanCommands_;
 
+    bool switchedOn_ = false; ///< when the switches were looked at last
     uint8_t operation_ = 0;
     uint8_t writeProtect_ = 0;
     uint8_t fanConfig_ = 0;

@@ -62,6 +62,9 @@ PmbusIdentity readIdentity( const JsonView &json ) {
     }
     if ( const auto protect = json.find( "writeProtect" ) ) {
         identity.writeProtect = static_cast<uint8_t>( protect->number( 0, 0xFF ) );
+        if ( !PmbusSupply::isProtection( identity.writeProtect ) ) {
+            protect->fail( "128, 64, 32 or 0" );
+        }
     }
     return identity;
 }

@@ -2,9 +2,12 @@
 #include <fmt/format.h>
 
 #include "smbusd/bus/Operation.h"
+#include "smbusd/emulation/chips/PmbusCommands.h"
 #include "smbusd/emulation/chips/PmbusSupply.h"
 
 namespace smbusd {
+
+using namespace pmbus;
 
 namespace {
 
@@ -66,10 +69,14 @@ void PmbusSupply::poke( uint32_t reg, const RegisterContent &content ) {
         return;
     }
     const uint32_t number = numberFor( reg, content, row.width );
-    if ( row.writable ) {
-        store( row.command, static_cast<uint16_t>( number ) );
-    } else if ( row.read == nullptr ) {
+    if ( row.read == nullptr ) {
         status_.set( row.command, static_cast<uint8_t>( number ) );
+    } else if ( row.writable && row.command != STATUS_BYTE && row.command != STATUS_WORD ) {
+        if ( row.command == WRITE_PROTECT && !isProtection( number ) ) {
+            throw ChipError( fmt::format( "WRITE_PROTECT of {} \"{}\" is 128, 64, 32 or 0, not {}",
+                                          type(), name(), number ) );
+        }
+        store( row.command, static_cast<uint16_t>( number ) );
     } else {
         forced_[ row.command ] = number;
     }
@@ -96,7 +103,7 @@ void PmbusSupply::setInput( std::string_view input, double value ) {
         Chip::setInput( input, value );
     }
     model_.setSurroundings( next );
-    latchFaults();
+    followSwitches();
 }
 
 bool PmbusSupply::changeInput( SupplySurroundings &next, std::string_view input,

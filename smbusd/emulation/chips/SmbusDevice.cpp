@@ -7,6 +7,7 @@ namespace smbusd {
 void SmbusDevice::reset() {
     inMessage_ = false;
     commandSeen_ = false;
+    commandNamed_ = false;
     rejected_ = false;
     received_.clear();
     reply_.clear();
@@ -33,12 +34,43 @@ bool SmbusDevice::start( bool read ) {
         received_.clear();
         return true;
     }
+    if ( rejected_ ) {
+        return false;
+    }
+    if ( commandSeen_ ) {
+        return startReply();
+    }
+    startReceiveByte();
+    return true;
+}
+
+bool SmbusDevice::isReadable() const {
+    return shape_.readable && shape_.kind != CommandShape::Kind::Send;
+}
+
+bool SmbusDevice::startReply() {
+    if ( !isReadable() ) {
+        return reject( SmbusMisuse::UnknownCommand,
+                       fmt::format( "read of the write-only command 0x{:02X}", command_ ) );
+    }
     finishWrite(); // of a process call: its data takes effect before the answer is made
     if ( rejected_ ) {
         return false;
     }
     prepareRead();
     return true;
+}
+
+void SmbusDevice::startReceiveByte() {
+    if ( !commandNamed_ || !isReadable() ) {
+        // A device acknowledges its own address whatever comes, so that a scan of the bus finds it.
+        misuse( "receive byte, but no command to read was named" );
+        reply_.clear();
+        replied_ = 1; // not even a packet error code comes
+        return;
+    }
+    prepareRead();
+    reply_.resize( 1 ); // the packet error code comes after one byte, however wide the command is
 }
 
 bool SmbusDevice::write( uint8_t byte ) {
@@ -57,6 +89,7 @@ bool SmbusDevice::takeCommand( uint8_t byte ) {
     command_ = byte;
     shape_ = *shape;
     commandSeen_ = true;
+    commandNamed_ = true;
     pec_.add( byte );
     return true;
 }
@@ -93,10 +126,11 @@ bool SmbusDevice::takeData( uint8_t byte ) {
         return reject( SmbusMisuse::BadData,
                        fmt::format( "write to the read-only command 0x{:02X}", command_ ) );
     }
-    if ( shape_.kind == CommandShape::Kind::Block && received_.empty() && byte > shape_.width ) {
+    if ( shape_.kind == CommandShape::Kind::Block && received_.empty() &&
+         ( byte == 0 || byte > shape_.width ) ) {
         return reject( SmbusMisuse::BadData,
-                       fmt::format( "block of {} bytes for command 0x{:02X}, which takes {}", byte,
-                                    command_, shape_.width ) );
+                       fmt::format( "block of {} bytes for command 0x{:02X}, which takes 1 to {}",
+                                    byte, command_, shape_.width ) );
     }
     received_.push_back( byte );
     pec_.add( byte );
@@ -127,13 +161,6 @@ void SmbusDevice::finishWrite() {
 
 void SmbusDevice::prepareRead() {
     replied_ = 0;
-    reply_.clear();
-    if ( !shape_.readable || shape_.kind == CommandShape::Kind::Send ) {
-        misuse( fmt::format( "read of the write-only command 0x{:02X}", command_ ) );
-        refused( SmbusMisuse::BadData );
-        replied_ = 1; // not even a packet error code comes
-        return;
-    }
     reply_ = readCommand( command_ );
     if ( shape_.kind == CommandShape::Kind::Block ) {
         reply_.insert( reply_.begin(), static_cast<uint8_t>( reply_.size() ) );

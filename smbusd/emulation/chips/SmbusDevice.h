@@ -27,8 +27,8 @@ struct CommandShape {
 
 /** What a message did wrong, for devices that keep a status of it. */
 enum class SmbusMisuse {
-    UnknownCommand, ///< a command that the device does not know
-    BadData,        ///< too few or too many bytes, or a direction that the command has not
+    UnknownCommand, ///< a command that the device does not know, or not as a read
+    BadData,        ///< too few or too many bytes, or data for a read-only command
     BadPec,         ///< a wrong packet error code
 };
 
@@ -37,7 +37,8 @@ enum class SmbusMisuse {
  * their length, and after a message may come a packet error code.
  *
  * A write takes effect when it ended as it should: neither too short nor too long, and without a
- * wrong packet error code, which is not acknowledged. Base of the chips with such commands; a
+ * wrong packet error code, which is not acknowledged. A receive byte brings the first byte of the
+ * command that was named last, and an idle line if that one cannot be read or none was. Base of the chips with such commands; a
  * register file whose bytes just run on is a RegisterFile.
  */
 class SmbusDevice : public Chip {
@@ -70,12 +71,16 @@ class SmbusDevice : public Chip {
     bool takeData( uint8_t byte );
     size_t expectedData() const;
     void finishWrite();
+    bool isReadable() const;
+    bool startReply();
+    void startReceiveByte();
     void prepareRead();
 
     bool pecKnown_;
     Pec pec_;
     bool inMessage_ = false;
     bool commandSeen_ = false;
+    bool commandNamed_ = false; ///< by any message since the reset: command_ and shape_ are valid
     bool rejected_ = false;
     bool pecSeen_ = false;
     uint8_t command_ = 0;

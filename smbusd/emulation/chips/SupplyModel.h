@@ -64,8 +64,10 @@ class SupplyModel {
 
     /** Whether the mains suffice; without them there is no output, and no fan turns. */
     bool hasMains() const;
-    /** Whether mains, line and controller all want it on. */
-    bool isOn() const { return hasMains() && surroundings_.switchedOn && enabled_; }
+    /** Whether line and controller both want it on. */
+    bool isSwitchedOn() const { return surroundings_.switchedOn && enabled_; }
+    /** Whether it is switched on and has mains. */
+    bool isOn() const { return hasMains() && isSwitchedOn(); }
     /** Whether it is on and its output has not collapsed. */
     bool isDelivering() const { return isOn() && !surroundings_.outputFault; }
     /** Whether a fan is driven but cannot turn. @param fan  from 0 */

@@ -79,7 +79,7 @@ TEST_F( CommandDevice, IgnoresWritesThatEndTooEarly ) {
 TEST_F( CommandDevice, RefusesBlocksThatAreTooLong ) {
     EXPECT_TRUE( fails( TransactionBuilder().write( place, 0x9A, bytes( 33, 'a', 'b' ) ) ) );
     EXPECT_TRUE(
-        test.logged( "commands \"d\": block of 33 bytes for command 0x9A, which takes 32" ) );
+        test.logged( "commands \"d\": block of 33 bytes for command 0x9A, which takes 1 to 32" ) );
 }
 
 TEST_F( CommandDevice, AByteWriteWithWrongPecIsNotAcknowledgedAndHasNoEffect ) {
@@ -92,12 +92,28 @@ TEST_F( CommandDevice, AByteWriteWithWrongPecIsNotAcknowledgedAndHasNoEffect ) {
     EXPECT_EQ( test.number( "d", 0x10 ), 0x80u );
 }
 
+TEST_F( CommandDevice, AReceiveByteBeforeAnyCommandBringsAnIdleLine ) {
+    EXPECT_EQ( test.data( TransactionBuilder().receiveByte( place ) ), bytes( 0xFF ) );
+}
+
+TEST_F( CommandDevice, AReceiveByteOfAWordEndsWithAPacketErrorCode ) {
+    // 0xAC is the code after 0xB1 0x4B; the word's high byte, 0x2C, is not read.
+    test.run( TransactionBuilder().sendByte( place, 0x79 ) );
+    EXPECT_EQ( test.data( TransactionBuilder().receiveByte( place, true ) ), bytes( 0x4B ) );
+}
+
+TEST_F( CommandDevice, ABlockOfNoBytesIsRefused ) {
+    EXPECT_TRUE( fails( TransactionBuilder().write( place, 0x9A, bytes( 0 ) ) ) );
+    EXPECT_EQ( block( 0x9A ), "ACME" );
+}
+
 TEST_F( CommandDevice, SendsAreCounted ) {
     test.run( TransactionBuilder().sendByte( place, 3 ).sendByte( place, 3 ) );
     EXPECT_EQ( test.number( "d", 3 ), 2u );
     // Naming a command that reads is no send, and has no effect.
     EXPECT_FALSE( fails( TransactionBuilder().sendByte( place, 0x79 ) ) );
-    EXPECT_EQ( test.data( TransactionBuilder().read( place, 3, 1 ) ), bytes( 0xFF ) );
+    EXPECT_TRUE( fails( TransactionBuilder().read( place, 3, 1 ) ) );
+    EXPECT_EQ( test.number( "d", 3 ), 2u ) << "a read is no send";
     EXPECT_TRUE( test.logged( "commands \"d\": read of the write-only command 0x03" ) );
 }
 

@@ -173,7 +173,7 @@ TEST_F( SmbusDevice, RefusesDataThatTheCommandDoesNotTake ) {
     EXPECT_EQ( device.misuses, ( Misuses( 4, SmbusMisuse::BadData ) ) );
     EXPECT_EQ( log_lines, ( std::vector<std::string>{
                               "device \"d\": write to the read-only command 0x13",
-                              "device \"d\": block of 5 bytes for command 0x12, which takes 4",
+                              "device \"d\": block of 5 bytes for command 0x12, which takes 1 to 4",
                               "device \"d\": only 1 of 2 data byte(s) for command 0x11",
                               "device \"d\": only 3 of 4 data byte(s) for command 0x12" } ) );
 }
@@ -201,13 +201,64 @@ TEST_F( SmbusDevice, AProcessCallAnswersWhatItsOwnDataMade ) {
     EXPECT_EQ( device.writes, ( Writes{ { wordCommand, { 0x34, 0x12 } } } ) ); // only once
 }
 
-TEST_F( SmbusDevice, AWriteOnlyCommandReadsAsALineThatNobodyPulls ) {
+TEST_F( SmbusDevice, TheReadOfACommandThatHasNoneIsRefusedOnceAndHasNoEffect ) {
     for ( const uint8_t command : { writeOnlyCommand, sendCommand } ) {
+        device.misuses.clear();
         EXPECT_EQ( send( device, { command } ), 1u );
-        EXPECT_TRUE( device.start( true ) );
-        EXPECT_EQ( receive( device, 2 ), ( Bytes{ 0xFF, 0xFF } ) );
+        EXPECT_FALSE( device.start( true ) );
+        device.stop();
+        EXPECT_EQ( device.misuses, ( Misuses{ SmbusMisuse::UnknownCommand } ) );
     }
-    EXPECT_EQ( device.misuses, ( Misuses( 2, SmbusMisuse::BadData ) ) );
+    EXPECT_EQ( device.writes, Writes{} );
+    EXPECT_EQ( log_lines, ( std::vector<std::string>{
+                              "device \"d\": read of the write-only command 0x14",
+                              "device \"d\": read of the write-only command 0x03" } ) );
+}
+
+TEST_F( SmbusDevice, AReceiveByteBeforeAnyCommandBringsAnIdleLine ) {
+    EXPECT_TRUE( device.start( true ) );
+    EXPECT_EQ( receive( device, 2 ), ( Bytes{ 0xFF, 0xFF } ) );
+    EXPECT_EQ( device.writes, Writes{} );
+    EXPECT_EQ( device.misuses, Misuses{} );
+    EXPECT_EQ( device.counters.errors, 1u );
+    EXPECT_EQ( log_lines, ( std::vector<std::string>{
+                              "device \"d\": receive byte, but no command to read was named" } ) );
+}
+
+TEST_F( SmbusDevice, AReceiveByteAfterASendBringsAnIdleLine ) {
+    message( device, { byteCommand } );
+    message( device, { sendCommand } );
+    EXPECT_TRUE( device.start( true ) );
+    EXPECT_EQ( receive( device, 2 ), ( Bytes{ 0xFF, 0xFF } ) );
+    EXPECT_EQ( device.writes, ( Writes{ { sendCommand, {} } } ) );
+}
+
+TEST_F( SmbusDevice, AReceiveByteBringsOneByteOfTheLastCommandAndItsPacketErrorCode ) {
+    message( device, { wordCommand, 0x34, 0x12 } );
+    EXPECT_TRUE( device.start( true ) );
+    EXPECT_EQ( receive( device, 3 ), ( Bytes{ 0x12, pecOf( { address << 1 | 1, 0x12 } ), 0xFF } ) );
+    message( device, { blockCommand } );
+    EXPECT_TRUE( device.start( true ) );
+    EXPECT_EQ( receive( device, 2 ), ( Bytes{ 3, pecOf( { address << 1 | 1, 3 } ) } ) );
+    message( plain, { wordCommand, 0x34, 0x12 } );
+    EXPECT_TRUE( plain.start( true ) );
+    EXPECT_EQ( receive( plain, 2 ), ( Bytes{ 0x12, 0xFF } ) );
+}
+
+TEST_F( SmbusDevice, AResetForgetsWhatWasNamed ) {
+    message( device, { byteCommand } );
+    device.reset();
+    EXPECT_TRUE( device.start( true ) );
+    EXPECT_EQ( receive( device, 1 ), ( Bytes{ 0xFF } ) );
+}
+
+TEST_F( SmbusDevice, ABlockOfNoBytesIsRefused ) {
+    EXPECT_EQ( message( device, { blockCommand, 0 } ), 1u );
+    EXPECT_EQ( device.writes, Writes{} );
+    EXPECT_EQ( device.misuses, ( Misuses{ SmbusMisuse::BadData } ) );
+    EXPECT_EQ( log_lines, ( std::vector<std::string>{
+                              "device \"d\": block of 0 bytes for command 0x12, which takes 1 to "
+                              "4" } ) );
 }
 
 TEST_F( SmbusDevice, AfterARefusalTheReadIsNotAcknowledgedButTheNextMessageIs ) {
