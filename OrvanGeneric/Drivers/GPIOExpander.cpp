@@ -11,7 +11,7 @@ namespace Drivers {
 
 namespace {
 
-/** Marks an output bank of which nothing is cached and nothing pending. */
+/** Marks an output bank with neither a cached nor a pending value. */
 constexpr uint16_t nothingPending = 0xFFFF;
 
 constexpr uint8_t bankOf( uint8_t pin ) {
@@ -77,7 +77,7 @@ pl_status GPIOExpander::readBit( uint8_t bank, uint8_t bit, bool *value ) {
         TRACE( 5, "Error %d: GPIOExpander::readBit( %d, %d )", status, bank, bit );
         return status;
     }
-    *value = ( byte >> bit ) & 1;
+    *value = ( byte >> bit & 1 ) != 0;
     TRACE( 5, "GPIOExpander::readBit( %d, %d ) = %d", bank, bit, *value );
     return PL_STATUS_OK;
 }

@@ -81,7 +81,7 @@ pl_status GenericPCA9555::ExpGpio::bitRead( unsigned int *value ) {
     bool set = false;
     const pl_status status =
         expander_->readBit( static_cast<uint8_t>( bank ), static_cast<uint8_t>( bit ), &set );
-    *value = set;
+    *value = set ? 1 : 0;
     if ( status != PL_STATUS_OK ) {
         TRACE( 0, "GenericPCA9555 bitRead() failed!" );
     }

@@ -4,6 +4,7 @@
 
 #include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Drivers/Pca9555Registers.h"
+#include "OrvanGeneric/HostServices.h"
 
 namespace Drivers {
 

@@ -4,6 +4,7 @@
 
 #include "OrvanGeneric/DriverArgs.h"
 #include "OrvanGeneric/Ham/Ham.h"
+#include "OrvanGeneric/HostServices.h"
 #include "OrvanGeneric/Status.h"
 
 namespace Drivers {
@@ -29,7 +30,7 @@ void traceNewPort( const XcvrPort &port ) {
            port.baseBit );
 }
 
-/** The bus has the low byte first, the CPLD the high one; applies both ways. */
+/** A word between the bus, low byte first, and the CPLD, high byte first; the same both ways. */
 constexpr uint16_t swapped( uint16_t word ) {
     return __builtin_bswap16( word );
 }
@@ -52,7 +53,7 @@ int MireXcvrCPLD::init() {
     const bool refreshed = updateRegisterCache();
     pollIntervalIs( pollInterval );
     if ( pollStarted() ) {
-        return refreshed;
+        return refreshed ? 1 : 0;
     }
     assert( pollStart() );
     return 0;
@@ -115,7 +116,7 @@ pl_status MireXcvrCPLD::setRegisterBit( uint8_t reg, uint8_t bit, int value, boo
 
 pl_status MireXcvrCPLD::activeLow( pl_status status, int *value ) {
     if ( status == PL_STATUS_OK ) {
-        *value = !*value;
+        *value = *value ? 0 : 1;
     }
     return status;
 }

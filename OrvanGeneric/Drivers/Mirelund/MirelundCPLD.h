@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "OrvanGeneric/Components/PollingDevice.h"
-#include "OrvanGeneric/Drivers/Mirelund/XcvrPort.h"
+#include "OrvanGeneric/Drivers/Mirelund/NibbleXcvr.h"
 
 namespace Drivers {
 
@@ -71,7 +71,7 @@ class MireXcvrCPLD : public Component::PollingDevice<Component::HardwareDevice> 
     }
     /** Writes through, for the ports. */
     pl_status writeLine( uint8_t reg, uint8_t bit, bool value ) {
-        return setRegisterBit( reg, bit, value, false );
+        return setRegisterBit( reg, bit, value ? 1 : 0, false );
     }
 
   protected:

@@ -4,6 +4,7 @@
 #include <cassert>
 
 #include "OrvanGeneric/DriverArgs.h"
+#include "OrvanGeneric/HostServices.h"
 
 namespace Drivers {
 

@@ -1,5 +1,7 @@
 #include "OrvanGeneric/Drivers/Mirelund/XcvrExpander.h"
 
+#include "OrvanGeneric/HostServices.h"
+
 namespace Drivers {
 
 namespace {
@@ -34,13 +36,13 @@ pl_status XcvrExpander::getRegisterBit( uint8_t bank, uint8_t bit, int *out ) {
         TRACE( 0, family_.readFailed, bank, bit & family_.tracedBits );
         return status;
     }
-    *out = set;
+    *out = set ? 1 : 0;
     return PL_STATUS_OK;
 }
 
 pl_status XcvrExpander::activeLow( pl_status status, int *value ) {
     if ( status == PL_STATUS_OK ) {
-        *value = !*value;
+        *value = *value ? 0 : 1;
     }
     return status;
 }

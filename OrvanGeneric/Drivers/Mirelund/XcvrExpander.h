@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "OrvanGeneric/Drivers/GPIOExpander.h"
-#include "OrvanGeneric/Drivers/Mirelund/XcvrPort.h"
+#include "OrvanGeneric/Drivers/Mirelund/NibbleXcvr.h"
 
 namespace Drivers {
 
