@@ -53,7 +53,8 @@ TEST( SharedAddresses, BehindSiblingMuxesAreWarnedOf ) {
 
 TEST( SharedAddresses, OnlySevenBitsOfAnAddressCount ) {
     EXPECT_EQ( warnings( mux( 70, channel( 1, device( 1, 0x20 ) ) ) + "," +
-                         mux( 71, channel( 1, device( 2, 0xA0 ) ) ) ),
+                             mux( 71, channel( 1, R"({"did":2})" ) ),
+                         { { 2, 0xA0 } } ),
                warning );
 }
 
