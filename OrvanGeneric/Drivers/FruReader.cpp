@@ -12,7 +12,7 @@ namespace Drivers {
 
 namespace {
 
-/** What one register byte addresses. */
+/** Bytes that a register number of one byte reaches. */
 constexpr unsigned imageSize = 256;
 
 constexpr unsigned headerSize = 8;
@@ -21,7 +21,7 @@ constexpr unsigned productAreaOffset = 4;
 constexpr unsigned areaUnit = 8;
 constexpr unsigned noArea = 0;
 
-/** The header's bytes in the order of their reading: that of the product area's place is last. */
+/** The order in which the header is read: the place of the product area comes last. */
 constexpr std::array<unsigned, headerSize> readingOrder = { 0, 1, 2, 3,
                                                             5, 6, 7, productAreaOffset };
 
@@ -38,7 +38,7 @@ enum ProductField {
     fieldCount
 };
 
-/** The type/length byte: type code above, length below; one value ends the fields. */
+/** The type/length byte: type code in bits 7:6, length in bits 5:0; one value ends the fields. */
 constexpr uint8_t endOfFields = 0xC1;
 constexpr unsigned typeShift = 6;
 constexpr uint8_t lengthMask = 0x3F;

@@ -11,7 +11,7 @@ namespace Drivers {
 
 namespace {
 
-/** Marks an output bank of which nothing is cached and nothing pending. */
+/** Marks an output bank with neither a cached nor a pending value. */
 constexpr uint16_t nothingPending = 0xFFFF;
 
 constexpr uint8_t bankOf( uint8_t pin ) {

@@ -16,8 +16,8 @@ namespace Drivers {
 namespace {
 
 /**
- * A part's description with the slot's arguments after its own. Nothing when it holds what cannot be
- * written again (text that is not UTF-8), which has been traced then.
+ * A part's description with the slot's arguments added to its own. Nothing when the result cannot be
+ * written as JSON (text that is not UTF-8); insertDriverArg() has traced that.
  */
 std::optional<std::string> withArguments( const std::string &description,
                                           const std::map<std::string, std::string> &arguments ) {
@@ -30,14 +30,14 @@ std::optional<std::string> withArguments( const std::string &description,
         } else if ( Json::ParsedText( result.c_str() ).valid() ) {
             return std::nullopt;
         } else {
-            // What is no JSON stays as it is; adding the part will say so.
+            // A text that is not JSON stays as it is: the attempt to add the part reports it.
             break;
         }
     }
     return result;
 }
 
-/** While it lives, the flag is set. */
+/** Sets a flag while it lives. */
 class Making {
   public:
     explicit Making( bool &flag ) : flag_( flag ) { flag_ = true; }
@@ -49,7 +49,7 @@ class Making {
     bool &flag_;
 };
 
-/** While it lives, a multi-device's parts are described otherwise; then as they were before. */
+/** Replaces the descriptions of a multi-device's parts while it lives. */
 class OtherParts {
   public:
     OtherParts( Component::MultiDevice &device, std::map<std::string, std::string> parts )
@@ -91,7 +91,7 @@ MultiSlot::Slot::Slot( MultiSlot *multiSlot, uint8_t index, const DriverArgs &ar
             refused.insert( key );
         }
     }
-    // The next slot of this device begins from the parts as they were described.
+    // For this slot only: the device's next one begins with the original descriptions.
     const OtherParts installed( *multiSlot, slotParts );
     const int slotId = index_ + 1;
     for ( const auto &[ key, description ] : slotParts ) {

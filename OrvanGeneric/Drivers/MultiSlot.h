@@ -42,7 +42,7 @@ class MultiSlot : public Component::MultiDevice {
     Component::LogicalDevice::Slot *newSlot( const DriverArgs &args ) override;
 
     /**
-     * Asks whoever answered last, then every part in turn, until one succeeds.
+     * Asks the part that answered last, then every part in turn, until one succeeds.
      * @return PL_STATUS_OK with the part's text, or PL_STATUS_NOT_PRESENT
      */
     pl_status getPresence( Slot *slot, char **fdl );

@@ -19,10 +19,10 @@ using namespace PmbusFormats;
 
 namespace {
 
-/** The exponent that stands for the one in VOUT_MODE. */
+/** The "voutExponent" that means: the one in VOUT_MODE. */
 constexpr int exponentFromVoutMode = 255;
 
-/** What a supply that reports no mode brings as VOUT_MODE. */
+/** VOUT_MODE as read from a supply that does not have it. */
 constexpr uint8_t noVoutMode = 0xFF;
 
 /** Bits of STATUS_WORD. */
@@ -41,7 +41,7 @@ constexpr std::array<Pmbus::FanRegisters, 2> fanRegisters = { {
     { READ_FAN_SPEED_2, FAN_COMMAND_2, 1u << 6 },
 } };
 
-/** A supply whose input is off: readings of zero, a fan that turns, a room at 38 degrees. */
+/** A supply whose input is off: readings of zero, a fan that turns, an inlet at 38 degrees. */
 const Utils::ExpectedValues simulatedRegisters = {
     { VOUT_MODE, { 0x17, 1 } },
     { READ_VOUT, { 0x0, 1 } },
@@ -202,7 +202,8 @@ pl_status Pmbus::setFanRpm( Fan *fan, int rpm ) {
     }
     const auto duty = static_cast<uint16_t>( int64_t{ rpm } * fullDuty / fan->maxFanRpm_ );
     TRACE( 6, "Setting fan %d duty cycle to %d", fan->index_, duty );
-    // Below zero is far above full as an unsigned number; small ones must not round to a stop.
+    // A negative speed counts as a huge unsigned one, so it gives full duty. Its quotient must not
+    // decide: that of a small one rounds to 0, a stop.
     const auto clamped =
         static_cast<uint16_t>( rpm < 0 ? fullDuty : std::min<int>( duty, fullDuty ) );
     const int status = ham()->write16( fan->registers_.command, clamped, fan->pec_ );

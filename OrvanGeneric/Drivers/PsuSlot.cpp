@@ -17,7 +17,7 @@ namespace {
 /** In the order of Slot's identification types. */
 constexpr std::array typeNames = { "pmbus", "ipmi", "ipmitool", "ipmitool_raw", "wedge", "tlv" };
 
-/** What a supply counts as that is in the bay but has no output. */
+/** Serial number and model of a supply that is in the bay but has no output. */
 constexpr const char *unknownSerial = "N/A";
 constexpr const char *unpoweredModel = "PWR-UNKNOWN";
 
@@ -28,7 +28,7 @@ struct SampleSupply {
     const char *model;
     const char *serial;
 };
-/** Supplies that such bays hold; the simulation shows the first. */
+/** Samples of the supplies that fit these bays; the simulation shows the first. */
 constexpr SampleSupply sampleSupplies[] = {
     { "DPS550AB6A", "GTVD1615001656" },
     { "PS-2471-1AZ1-LF", "61AZ10101E340DU" },
@@ -41,9 +41,9 @@ Utils::ExpectedVal simulatedText( std::string text, unsigned size ) {
 }
 
 /**
- * The sample supply, to be read in either way. The FRU image has its product area at 8; its fields
- * begin at 11, 17, 29, 40 and 44. The texts of PMBus begin with their length, of which a reader
- * takes the first two characters as hexadecimal digits.
+ * The sample supply, readable as a FRU image and over PMBus. The FRU image has its product area at 8;
+ * the area's fields begin at 11, 17, 29, 40 and 44. The PMBus blocks begin with their length in
+ * hexadecimal digits: a byte read takes the first two characters.
  */
 Utils::ExpectedValues simulatedSupply( const SampleSupply &supply ) {
     using PmbusFormats::MFR_MODEL;
@@ -121,7 +121,7 @@ void PsuSlot::Slot::readModels() {
         }
         const std::string psuFdlKey = "psuFdl_" + std::to_string( number );
         assert( slotArgs_.find( psuFdlKey ) != slotArgs_.end() );
-        // Of a model that comes twice the first template counts.
+        // The first template counts for a model that is listed twice.
         models_.emplace( model->second, FormatFdl( slotArgs_.at( psuFdlKey ) ) );
     }
 }
@@ -236,7 +236,7 @@ pl_status PsuSlot::Slot::getPresence( char **fdl ) {
             return identified;
         }
     }
-    // A supply without power is unknown even where its stand-in name has a template.
+    // A supply without output is unknown even if its stand-in name has a template.
     const auto known = powerOk ? models_.find( model ) : models_.end();
     if ( known == models_.end() ) {
         assert( !assertOnUnknownModelName_ );
@@ -294,7 +294,7 @@ pl_status PsuSlot::Slot::readSerialAndModel_( std::string &serial, std::string &
     case Invalid:
         throw std::runtime_error( "unknown identification type for psu" );
     }
-    // A name with a placeholder in it could be filled in without end.
+    // A text with a placeholder in it would be replaced by itself without end.
     if ( status == PL_STATUS_OK && !serial.empty() && !model.empty() &&
          !holdsPlaceholder( serial ) && !holdsPlaceholder( model ) ) {
         return PL_STATUS_OK;

@@ -14,7 +14,7 @@ namespace Drivers {
 /**
  * The bay of a power supply: whether one is in, and which.
  *
- * A slot takes "psuId" (1 or 2), "identificationType" (how the supply tells who it is, below), for
+ * A slot takes "psuId" (1 or 2), "identificationType" (how the supply is identified, below), for
  * each known model N from 1 on "model_N" (its name) and "psuFdl_N" (its field data, with the
  * placeholder serialNum), and, all of them optional:
  * - "gpioDevice" (label of the device with the bay's lines), with it "presenceReg", "presenceBit",
@@ -27,7 +27,7 @@ namespace Drivers {
  * - ipmi: an IPMI FRU image in the supply's EEPROM; needs "ipmiId";
  * - ipmitool: a command that takes "ipmiId";
  * - ipmitool_raw: a command that takes "ipmiRawModel" and "ipmiRawSerialNumber";
- * - wedge: a bit that tells of a supply that needs no name;
+ * - wedge: a bit that says whether a supply of the one known type is in;
  * - tlv: a TlvInfo EEPROM. An offset beyond 255 reaches the chip as its low byte. The length's two
  *   bytes count as signed characters: with a low byte of 0x80 or more the area ends 256 bytes early,
  *   and where it would end before it begins it is read on to 64 KiB, field by field (up to 22,000

@@ -1,4 +1,4 @@
-/** How the supply in a slot tells who it is: the readers of PsuSlot::Slot. */
+/** The readers of PsuSlot::Slot: how a supply is identified, one function for each type. */
 #include <algorithm>
 #include <string_view>
 
@@ -21,17 +21,17 @@ std::string untilNul( const std::string &text ) {
     return text.substr( 0, text.find( '\0' ) );
 }
 
-/** A block as read byte by byte: its length, then its characters. */
+/** The text of a block whose first byte is its length. */
 std::string blockText( const std::string &block ) {
     return block.empty() ? std::string() : trim( untilNul( block.substr( 1 ) ) );
 }
 
 /** How long a management controller may take to answer. */
 constexpr unsigned int commandSeconds = 10;
-/** How long one that did not is left alone: a query would cost the host's thread the limit again. */
+/** After one that took longer none is run for this time: it would stop the host's thread again. */
 constexpr int64_t commandBackOff = 5000; // milliseconds
 
-/** What stands after @p key in the first line of @p output that begins with it. */
+/** What follows @p key in the first line of @p output that begins with it; empty: no such line. */
 std::string answerOf( std::string_view output, std::string_view key ) {
     while ( !output.empty() ) {
         const size_t end = std::min( output.find( '\n' ), output.size() );
@@ -60,7 +60,7 @@ pl_status PsuSlot::Slot::readSerialAndModelPmbus( std::string &serial, std::stri
     using PmbusFormats::MFR_SERIAL;
     TRACE( 7, "readSerialAndModelPmbus" );
     Ham::Ham *ham = device_->ham();
-    // Bytes of the block, the one with its length included.
+    // Size of the block in bytes, its length byte included.
     const auto size = [ ham ]( Ham::ResponseId lengthId ) {
         return static_cast<uint8_t>( ham->get8( lengthId ) + 1 );
     };
@@ -105,7 +105,7 @@ pl_status PsuSlot::Slot::readSerialAndModelIpmitool( std::string &serial, std::s
         return PL_STATUS_TRANSPORT;
     }
     commandTimedOutAt_.reset();
-    // The host's terminal is not the command's: nobody answers it, and nobody reads its complaints.
+    // The command must not read from the host's terminal, nor print its errors there.
     const std::string line = command_ + " </dev/null 2>/dev/null";
     std::string output;
     const pl_status status = runCmd( line.c_str(), output, commandSeconds );

@@ -16,7 +16,7 @@ namespace {
 
 constexpr unsigned microsecondsPerMillisecond = 1000;
 
-/** What the host's buffer for block reads must hold, as its header demands. */
+/** Bytes that the host's buffer for a block read holds (pl/smbus.h). */
 constexpr size_t blockReadBufferSize = 255;
 
 /** The pause that a description asks for in milliseconds; a product beyond 32 bits wraps around. */
@@ -25,6 +25,7 @@ int pauseOf( const DriverArgs &args, const char *name ) {
     return static_cast<int>( milliseconds * microsecondsPerMillisecond );
 }
 
+/** Pauses after an operation, also after a failed one. @return its status as the host knows it */
 pl_status pauseAfter( int status, int microseconds ) {
     if ( microseconds ) {
         Utils::os.usleep( microseconds );
@@ -36,7 +37,7 @@ pl_status pauseAfter( int status, int microseconds ) {
 
 Component::HardwareDevice *SmbusProxyDriver::create( const DriverArgs &, Ham::Ham *ham ) {
     assert( ham );
-    // A raw transfer goes out once: repeating what a person asked for may do harm.
+    // A raw transfer is never repeated: the first attempt may have had its effect.
     ham->retryCountIs( 0 );
     return new SmbusProxyDriver();
 }

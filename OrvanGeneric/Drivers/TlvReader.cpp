@@ -19,7 +19,7 @@ constexpr unsigned fieldHeaderSize = 2;
 constexpr char modelType = 0x22;
 constexpr char serialType = 0x23;
 
-/** Fewer bytes than asked for are a failure like any other; after one @p bytes is empty. */
+/** Reads @p length bytes. A short answer is a failure; after a failure @p bytes is empty. */
 int readBytes( Ham::Ham *ham, int offset, unsigned length, std::string &bytes ) {
     bytes.clear();
     if ( length == 0 ) {
@@ -45,7 +45,7 @@ pl_status readTlvInfo( Ham::Ham *ham, std::string &serial, std::string &model ) 
     assert( header.substr( 0, 7 ) == "TlvInfo" );
     assert( header[ 7 ] == '\0' );
     assert( header[ 8 ] == '\x01' );
-    // Both bytes count as signed, so that a low byte from 0x80 on takes from the high one.
+    // Both bytes count as signed: a low byte of 0x80 or more makes the length smaller by 256.
     const int high = static_cast<signed char>( header[ lengthHighByte ] );
     const int low = static_cast<signed char>( header[ lengthLowByte ] );
     const auto end = static_cast<uint16_t>( headerSize + high * 256 + low );

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <regex>
+#include <utility>
 
 #include <gtest/gtest.h>
 #include <pl/fan.h>
@@ -121,94 +122,125 @@ void DriverBench::keep( const std::string &what, int status, double value ) {
     results_.push_back( what + ": " + std::to_string( status ) + " " + std::to_string( value ) );
 }
 
+bool DriverBench::keepUse( const void *record, std::function<void()> use ) {
+    if ( record ) {
+        uses_.push_back( std::move( use ) );
+    }
+    return record != nullptr;
+}
+
+bool DriverBench::addGpio( const std::string &text ) {
+    pl_gpio *gpio = pl_gpio_add( text.c_str() );
+    return keepUse( gpio, [ this, gpio ] {
+        unsigned bit = 0;
+        const pl_status status = gpio->ops->bit_read( gpio, &bit );
+        keep( "bit_read", status, bit );
+        keep( "bit_set", gpio->ops->bit_set( gpio ), 0 );
+    } );
+}
+
+bool DriverBench::addLed( const std::string &text ) {
+    pl_led *led = pl_led_add( text.c_str() );
+    return keepUse( led, [ this, led ] {
+        keep( "led", led->ops->set_light_setting( led, PL_LED_STATUS_BAD ), 0 );
+    } );
+}
+
+bool DriverBench::addFan( const std::string &text ) {
+    pl_fan *fan = pl_fan_add( text.c_str() );
+    return keepUse( fan, [ this, fan ] {
+        int rpm = 0;
+        const pl_status status = fan->ops->get_rpm( fan, &rpm );
+        keep( "get_rpm", status, rpm );
+        // A fan of the BMC aborts when it is set.
+        if ( driver_ != "Ipmi" ) {
+            keep( "set_rpm", fan->ops->set_rpm( fan, 1 ), 0 );
+        }
+    } );
+}
+
+bool DriverBench::addTempSensor( const std::string &text ) {
+    pl_temp_sensor *sensor = pl_temp_sensor_add( text.c_str(), 60, 70 );
+    return keepUse( sensor, [ this, sensor ] {
+        float celsius = 0;
+        const pl_status status = sensor->ops->get_temperature( sensor, &celsius );
+        keep( "get_temperature", status, celsius );
+    } );
+}
+
+bool DriverBench::addSfpXcvr( const std::string &text ) {
+    pl_xcvr *cage = pl_xcvr_add( text.c_str() );
+    return keepUse( cage,
+                    [ this, cage ] { keep( "sfp", cage->ops->u.sfp.get_presence( cage ), 0 ); } );
+}
+
+bool DriverBench::addQsfpXcvr( const std::string &text ) {
+    pl_xcvr *cage = pl_xcvr_add( text.c_str() );
+    return keepUse( cage,
+                    [ this, cage ] { keep( "qsfp", cage->ops->u.qsfp.get_presence( cage ), 0 ); } );
+}
+
+bool DriverBench::addPsu( const std::string &text ) {
+    pl_psu *psu = pl_psu_add( text.c_str() );
+    return keepUse( psu, [ this, psu ] {
+        float volts = 0;
+        const pl_status status = psu->ops->get_output_voltage( psu, &volts );
+        keep( "get_output_voltage", status, volts );
+        int ok = 0;
+        const pl_status power = psu->ops->get_power_ok( psu, &ok );
+        keep( "get_power_ok", power, ok );
+    } );
+}
+
+bool DriverBench::addSlot( const std::string &text ) {
+    pl_slot *slot = pl_slot_add( text.c_str() );
+    return keepUse( slot, [ this, slot ] {
+        char *fdl = nullptr;
+        const pl_status status = slot->ops->get_presence( slot, &fdl );
+        keep( std::string( "slot " ) + ( fdl ? fdl : "" ), status, 0 );
+        std::free( fdl );
+    } );
+}
+
+bool DriverBench::addSmbusProxy( const std::string &text ) {
+    pl_smbus *smbus = pl_smbus_add( text.c_str(), 80 );
+    return keepUse( smbus, [ this, smbus ] {
+        unsigned char value = 0;
+        const pl_status status = smbus->ops->receive_byte( smbus, &value );
+        keep( "receive_byte", status, value );
+        keep( "send_byte", smbus->ops->send_byte( smbus, 1 ), 0 );
+    } );
+}
+
+bool DriverBench::addMux() {
+    Component::LogicalDevice::Mux *mux = device_->newMux( {}, 4 );
+    return keepUse( mux, [ this, mux ] { keep( "mux", mux->executeMuxRequest(), 0 ); } );
+}
+
 bool DriverBench::add( Service service, const Args &args ) {
     const bool multiDevice = dynamic_cast<Component::MultiDevice *>( device_ ) != nullptr;
     const std::string text = descriptionText( driver_, args, multiDevice );
-    const auto keepUse = [ this ]( auto *record, std::function<void()> use ) {
-        if ( record ) {
-            uses_.push_back( std::move( use ) );
-        }
-        return record != nullptr;
-    };
     switch ( service ) {
-    case Service::Gpio: {
-        pl_gpio *gpio = pl_gpio_add( text.c_str() );
-        return keepUse( gpio, [ this, gpio ] {
-            unsigned bit = 0;
-            const pl_status status = gpio->ops->bit_read( gpio, &bit );
-            keep( "bit_read", status, bit );
-            keep( "bit_set", gpio->ops->bit_set( gpio ), 0 );
-        } );
-    }
-    case Service::Led: {
-        pl_led *led = pl_led_add( text.c_str() );
-        return keepUse( led, [ this, led ] {
-            keep( "led", led->ops->set_light_setting( led, PL_LED_STATUS_BAD ), 0 );
-        } );
-    }
-    case Service::Fan: {
-        pl_fan *fan = pl_fan_add( text.c_str() );
-        return keepUse( fan, [ this, fan ] {
-            int rpm = 0;
-            const pl_status status = fan->ops->get_rpm( fan, &rpm );
-            keep( "get_rpm", status, rpm );
-            // A fan of the BMC aborts when it is set.
-            if ( driver_ != "Ipmi" ) {
-                keep( "set_rpm", fan->ops->set_rpm( fan, 1 ), 0 );
-            }
-        } );
-    }
-    case Service::TempSensor: {
-        pl_temp_sensor *sensor = pl_temp_sensor_add( text.c_str(), 60, 70 );
-        return keepUse( sensor, [ this, sensor ] {
-            float celsius = 0;
-            const pl_status status = sensor->ops->get_temperature( sensor, &celsius );
-            keep( "get_temperature", status, celsius );
-        } );
-    }
-    case Service::SfpXcvr: {
-        pl_xcvr *cage = pl_xcvr_add( text.c_str() );
-        return keepUse(
-            cage, [ this, cage ] { keep( "sfp", cage->ops->u.sfp.get_presence( cage ), 0 ); } );
-    }
-    case Service::QsfpXcvr: {
-        pl_xcvr *cage = pl_xcvr_add( text.c_str() );
-        return keepUse(
-            cage, [ this, cage ] { keep( "qsfp", cage->ops->u.qsfp.get_presence( cage ), 0 ); } );
-    }
-    case Service::Psu: {
-        pl_psu *psu = pl_psu_add( text.c_str() );
-        return keepUse( psu, [ this, psu ] {
-            float volts = 0;
-            const pl_status status = psu->ops->get_output_voltage( psu, &volts );
-            keep( "get_output_voltage", status, volts );
-            int ok = 0;
-            const pl_status power = psu->ops->get_power_ok( psu, &ok );
-            keep( "get_power_ok", power, ok );
-        } );
-    }
-    case Service::Slot: {
-        pl_slot *slot = pl_slot_add( text.c_str() );
-        return keepUse( slot, [ this, slot ] {
-            char *fdl = nullptr;
-            const pl_status status = slot->ops->get_presence( slot, &fdl );
-            keep( std::string( "slot " ) + ( fdl ? fdl : "" ), status, 0 );
-            std::free( fdl );
-        } );
-    }
-    case Service::SmbusProxy: {
-        pl_smbus *smbus = pl_smbus_add( text.c_str(), 80 );
-        return keepUse( smbus, [ this, smbus ] {
-            unsigned char value = 0;
-            const pl_status status = smbus->ops->receive_byte( smbus, &value );
-            keep( "receive_byte", status, value );
-            keep( "send_byte", smbus->ops->send_byte( smbus, 1 ), 0 );
-        } );
-    }
-    case Service::Mux: {
-        Component::LogicalDevice::Mux *mux = device_->newMux( {}, 4 );
-        return keepUse( mux, [ this, mux ] { keep( "mux", mux->executeMuxRequest(), 0 ); } );
-    }
+    case Service::Gpio:
+        return addGpio( text );
+    case Service::Led:
+        return addLed( text );
+    case Service::Fan:
+        return addFan( text );
+    case Service::TempSensor:
+        return addTempSensor( text );
+    case Service::SfpXcvr:
+        return addSfpXcvr( text );
+    case Service::QsfpXcvr:
+        return addQsfpXcvr( text );
+    case Service::Psu:
+        return addPsu( text );
+    case Service::Slot:
+        return addSlot( text );
+    case Service::SmbusProxy:
+        return addSmbusProxy( text );
+    case Service::Mux:
+        return addMux();
     }
     return false;
 }

@@ -42,7 +42,20 @@ class DriverBench {
     std::vector<std::string> seen() const;
 
   private:
+    /** Notes one result. */
     void keep( const std::string &what, int status, double value );
+    /** Keeps how a record is used, unless it is null. @return whether there is one */
+    bool keepUse( const void *record, std::function<void()> use );
+    bool addGpio( const std::string &text );
+    bool addLed( const std::string &text );
+    bool addFan( const std::string &text );
+    bool addTempSensor( const std::string &text );
+    bool addSfpXcvr( const std::string &text );
+    bool addQsfpXcvr( const std::string &text );
+    bool addPsu( const std::string &text );
+    bool addSlot( const std::string &text );
+    bool addSmbusProxy( const std::string &text );
+    bool addMux();
     void answerCommands( bool good );
 
     FakeTime time_;

@@ -20,7 +20,7 @@ namespace {
 constexpr const char *expanderLabel = "PsuPCA";
 constexpr const char *expanderDriver = "MirePsuPCA9555";
 
-/** READ_VOUT counts in 1/64 V, whatever exponent VOUT_MODE has: -6 in its five bits. */
+/** Exponent of READ_VOUT, regardless of VOUT_MODE: -6 as five-bit two's complement, so 1/64 V. */
 constexpr uint8_t voutExponent = 0x1A;
 
 constexpr EmersonPmbus::FanRegisters fanRegisters[] = {
@@ -32,12 +32,12 @@ constexpr EmersonPmbus::FanRegisters fanRegisters[] = {
 const Utils::ExpectedValues simulatedRegisters = {
     { VOUT_MODE, { 0x1A, 1 } },          // LINEAR16, exponent -6
     { FAN_COMMAND_1, { 0x1BE8, 2 } },    // 1000 * 2^3 rpm
-    { FAN_COMMAND_2, { 0x1BE8, 2 } },    //
+    { FAN_COMMAND_2, { 0x1BE8, 2 } },    // likewise
     { READ_VIN, { 0xF398, 2 } },         // 920 * 2^-2 V
     { READ_VOUT, { 0x0300, 2 } },        // 768 * 2^-6 V
     { READ_IOUT, { 0xE140, 2 } },        // 320 * 2^-4 A
     { READ_FAN_SPEED_1, { 0x1BE8, 2 } }, // 1000 * 2^3 rpm
-    { READ_FAN_SPEED_2, { 0x1BE8, 2 } }, //
+    { READ_FAN_SPEED_2, { 0x1BE8, 2 } }, // likewise
     { READ_PIN, { 0xFA08, 2 } },         // 520 * 2^-1 W
 };
 

@@ -11,7 +11,7 @@ namespace {
 constexpr uint8_t ledsOff = 0;
 constexpr uint8_t ledsOn = 255;
 
-/** Writes @p value to every register, whatever becomes of the others. */
+/** Writes @p value to every register; a failure is traced and does not end it. */
 void writeAll( Ham::Ham *ham, const std::vector<uint8_t> &registers, uint8_t value ) {
     for ( const uint8_t reg : registers ) {
         if ( ham->write8( reg, value, false ) ) {

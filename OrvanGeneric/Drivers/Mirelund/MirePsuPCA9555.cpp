@@ -17,7 +17,7 @@ constexpr unsigned int cacheTimeout = 2; // seconds
 /** All pins of bank 0 are inputs, those of bank 1 outputs. */
 constexpr uint8_t directions[ banks ] = { 0xFF, 0x00 };
 
-/** Pins by supply. */
+/** Pins of the first supply and of the second. */
 constexpr uint8_t powerOkPins[] = { 1, 4 };
 constexpr uint8_t acOkPins[] = { 6, 7 };
 constexpr uint8_t eepromResetPins[] = { 8, 9 };

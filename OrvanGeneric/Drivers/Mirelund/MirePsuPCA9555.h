@@ -18,7 +18,7 @@ class MirePsuPCA9555 : public GPIOExpander {
     class Led : public Component::LogicalDevice::BlinkingLed {
       public:
         bool handleBlinkTimer( bool on ) override;
-        /** Ends the blinking whatever comes; PL_STATUS_INVALID leaves the pins alone. */
+        /** All but the beacon end the blinking; PL_STATUS_INVALID leaves the pins alone. */
         pl_status setLightSetting( pl_led_status status ) override;
 
         /** Colours; the expander's save() shows them. */

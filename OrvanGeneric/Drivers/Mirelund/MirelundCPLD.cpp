@@ -30,7 +30,7 @@ void traceNewPort( const XcvrPort &port ) {
            port.baseBit );
 }
 
-/** The bus has the low byte first, the CPLD the high one; applies both ways. */
+/** A word between the bus, low byte first, and the CPLD, high byte first; the same both ways. */
 constexpr uint16_t swapped( uint16_t word ) {
     return __builtin_bswap16( word );
 }

@@ -17,7 +17,7 @@ constexpr unsigned int cacheTimeout = 2; // seconds
 /** The first fan's pins; those of the other fans follow. */
 enum Pin : uint8_t { firstPresencePin = 4, firstAirflowPin = 8, firstLedPin = 12 };
 
-/** The LED's pin. */
+/** Levels of the LED's pin. */
 constexpr bool green = false;
 constexpr bool amber = true;
 

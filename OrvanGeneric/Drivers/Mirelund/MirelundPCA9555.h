@@ -29,12 +29,12 @@ class MirelundPCA9555 : public GPIOExpander {
         FanLed( MirelundPCA9555 *expander, uint8_t index );
 
         bool handleBlinkTimer( bool on ) override;
-        /** Ends the blinking whatever comes; PL_STATUS_INVALID leaves the pin alone. */
+        /** All but the beacon end the blinking; PL_STATUS_INVALID leaves the pin alone. */
         pl_status setLightSetting( pl_led_status status ) override;
 
-        /** Amber and green; the expander's save() shows it. */
+        /** Amber; the expander's save() shows it. */
         void setLedOn();
-        /** Dark; the expander's save() shows it. */
+        /** Green; the expander's save() shows it. */
         void setLedOff();
 
       private:

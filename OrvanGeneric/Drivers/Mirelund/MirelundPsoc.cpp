@@ -38,8 +38,8 @@ constexpr uint16_t byteSwap( uint16_t word ) {
 }
 
 /**
- * The first five are temperatures. Words stand here as the bus returns them, low byte first. The
- * alerts say that the fans of bits 3 and 7 are stalled.
+ * The first five are temperatures in degrees Celsius. Words are as the bus returns them, low byte
+ * first. The alerts say that the fans of bits 3 and 7 are stalled.
  */
 const Utils::ExpectedValues simulatedRegisters = {
     { 32, { 40, 1 } },
@@ -76,7 +76,7 @@ int MirelundPsoc::init() {
 }
 
 bool MirelundPsoc::pollCallback() {
-    // The last alerts stand in for those that a failed read did not bring.
+    // A failed read leaves the alerts of the last good one.
     const int status = ham()->read8( fanStallAlert, &stallAlert_ );
     if ( status ) {
         TRACE( 0, "Error status %d reading fan stall alert register", status );
@@ -140,8 +140,8 @@ pl_status MirelundPsoc::Fan::setRpm( int rpm ) {
         TRACE( 0, failure, index_, rpm, PL_STATUS_TRANSPORT );
         return PL_STATUS_TRANSPORT;
     }
-    // The product is a 32-bit one and wraps; the quotient is wider, since the least value over -1
-    // has no 32-bit one.
+    // The product has 32 bits and wraps. The quotient has 64: that of the least product and -1 does
+    // not fit into 32.
     const auto hundredfold = static_cast<int32_t>( static_cast<uint32_t>( rpm ) * 100u );
     const int64_t percent = int64_t{ hundredfold } / static_cast<int32_t>( maxRpm_ );
     const auto byte = static_cast<uint8_t>( percent );

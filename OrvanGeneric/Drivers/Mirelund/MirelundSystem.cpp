@@ -11,7 +11,7 @@ namespace {
 
 constexpr char powerController[] = "PSoC";
 
-/** Where a power request is written. */
+/** The register bit that a power request sets. */
 struct PowerBit {
     uint32_t reg;
     uint32_t bit;

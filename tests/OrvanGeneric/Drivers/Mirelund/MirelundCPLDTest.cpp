@@ -16,16 +16,6 @@ using Component::LogicalDevice::QsfpXcvr;
 using Component::LogicalDevice::SfpXcvr;
 using Log = std::vector<std::string>;
 
-/** Register and lowest bit of each of a CPLD's sixteen ports. */
-struct Position {
-    unsigned reg;
-    unsigned bit;
-};
-constexpr Position positions[ 16 ] = {
-    { 1, 12 }, { 1, 8 }, { 1, 4 }, { 1, 0 }, { 2, 12 }, { 2, 8 }, { 2, 4 }, { 2, 0 },
-    { 3, 12 }, { 3, 8 }, { 3, 4 }, { 3, 0 }, { 4, 12 }, { 4, 8 }, { 4, 4 }, { 4, 0 },
-};
-
 /** A word as the bus has it: the CPLD sends its high byte first. */
 constexpr uint16_t onTheBus( unsigned word ) {
     return static_cast<uint16_t>( ( word & 0xFF ) << 8 | word >> 8 );
@@ -46,14 +36,6 @@ class MirelundCPLDTest : public testing::Test {
                        { 4, onTheBus( reg4 ) } };
         ASSERT_EQ( host_.fireAll(), 1 );
         ham_.takeLog();
-    }
-    /** Polls registers that hold @p rest but for one nibble. */
-    void pollNibble( Position position, unsigned nibble, bool rest ) {
-        const unsigned background = rest ? 0xFFFF : 0;
-        unsigned words[ 5 ] = { 0, background, background, background, background };
-        words[ position.reg ] &= ~( 0xFu << position.bit );
-        words[ position.reg ] |= nibble << position.bit;
-        poll16( words[ 1 ], words[ 2 ], words[ 3 ], words[ 4 ] );
     }
     std::unique_ptr<SfpXcvr> sfp( unsigned id ) {
         return std::unique_ptr<SfpXcvr>( cpld_->newSfpXcvr( id, args_ ) );
@@ -192,134 +174,6 @@ TEST_F( MirelundCPLDTest, DestructionDeletesTheTimer ) {
     EXPECT_EQ( host_.deletedTimers, std::vector<uint32_t>{ timer } );
 }
 
-TEST_F( MirelundCPLDTest, EachSfpPortReadsItsOwnNibble ) {
-    start();
-    for ( unsigned id = 1; id <= 48; ++id ) {
-        const auto port = sfp( id );
-        for ( const bool rest : { false, true } ) {
-            for ( unsigned nibble = 0; nibble <= 0xF; ++nibble ) {
-                pollNibble( positions[ ( id - 1 ) % 16 ], nibble, rest );
-                int los = -1, disabled = -1, fault = -1;
-                EXPECT_EQ( port->getRxLos( &los ), PL_STATUS_OK );
-                EXPECT_EQ( port->getTxDisable( &disabled ), PL_STATUS_OK );
-                EXPECT_EQ( port->getTxFault( &fault ), PL_STATUS_OK );
-                SCOPED_TRACE( "SFP " + std::to_string( id ) + ", " + std::to_string( nibble ) );
-                EXPECT_EQ( los, nibble & 1 ? 1 : 0 );
-                EXPECT_EQ( port->getPresence(), nibble & 2 ? 1 : 0 );
-                EXPECT_EQ( disabled, nibble & 4 ? 1 : 0 );
-                EXPECT_EQ( fault, nibble & 8 ? 1 : 0 );
-                EXPECT_TRUE( ham_.log.empty() ) << "reads are answered from memory";
-            }
-        }
-    }
-}
-
-TEST_F( MirelundCPLDTest, EachQsfpPortReadsItsOwnNibble ) {
-    start();
-    for ( unsigned id = 1; id <= 32; ++id ) {
-        const auto port = qsfp( id );
-        for ( const bool rest : { false, true } ) {
-            for ( unsigned nibble = 0; nibble <= 0xF; ++nibble ) {
-                pollNibble( positions[ ( id - 1 ) % 16 ], nibble, rest );
-                int lowPower = -1, interrupt = -1, reset = -1;
-                EXPECT_EQ( port->getLpMode( &lowPower ), PL_STATUS_OK );
-                EXPECT_EQ( port->getInterrupt( &interrupt ), PL_STATUS_OK );
-                EXPECT_EQ( port->getReset( &reset ), PL_STATUS_OK );
-                SCOPED_TRACE( "QSFP " + std::to_string( id ) + ", " + std::to_string( nibble ) );
-                EXPECT_EQ( lowPower, nibble & 1 ? 1 : 0 );
-                EXPECT_EQ( port->getPresence(), nibble & 2 ? 1 : 0 );
-                EXPECT_EQ( interrupt, nibble & 4 ? 0 : 1 );
-                EXPECT_EQ( reset, nibble & 8 ? 0 : 1 );
-                EXPECT_TRUE( ham_.log.empty() ) << "reads are answered from memory";
-            }
-        }
-    }
-}
-
-TEST_F( MirelundCPLDTest, EachSfpPortIsCreatedWithItsWholeIndex ) {
-    start();
-    for ( unsigned id = 1; id <= 48; ++id ) {
-        host_.traces.clear();
-        const auto port = sfp( id );
-        const Position position = positions[ ( id - 1 ) % 16 ];
-        EXPECT_EQ( host_.traces,
-                   ( Traces{ { 5, "creating new SfpXcvr for id " + std::to_string( id ) },
-                             { 5, "id=" + std::to_string( id - 1 ) + " reg=0x" +
-                                      std::to_string( position.reg ) +
-                                      " bit=" + std::to_string( position.bit ) } } ) );
-        EXPECT_EQ( port->record()->id, id );
-        host_.traces.clear();
-        port->getPresence();
-        EXPECT_EQ( host_.traces,
-                   ( Traces{ { 5, "getSfpPresence(): id=" + std::to_string( id - 1 ) } } ) );
-    }
-}
-
-TEST_F( MirelundCPLDTest, EachQsfpPortIsCreatedWithItsIndexWithinTheCpld ) {
-    start();
-    for ( unsigned id = 1; id <= 32; ++id ) {
-        host_.traces.clear();
-        const auto port = qsfp( id );
-        const unsigned index = id <= 16 ? id - 1 : id - 17;
-        EXPECT_EQ( host_.traces,
-                   ( Traces{ { 5, "creating new QsfpXcvr for id " + std::to_string( id ) },
-                             { 5, "id=" + std::to_string( index ) + " reg=0x" +
-                                      std::to_string( positions[ index ].reg ) +
-                                      " bit=" + std::to_string( positions[ index ].bit ) } } ) );
-        EXPECT_EQ( port->record()->id, id );
-        host_.traces.clear();
-        port->getPresence();
-        EXPECT_EQ( host_.traces,
-                   ( Traces{ { 5, "getQsfpPresence(): id=" + std::to_string( index ) } } ) );
-    }
-}
-
-TEST_F( MirelundCPLDTest, IdsBeyondTheBoundsAbort ) {
-    EXPECT_DEATH( sfp( 0 ), "MirelundCPLD.cpp.*id >= 1 && id <= 48" );
-    EXPECT_DEATH( sfp( 49 ), "MirelundCPLD.cpp.*id >= 1 && id <= 48" );
-    EXPECT_DEATH( sfp( 257 ), "id >= 1 && id <= 48" );
-    EXPECT_DEATH( qsfp( 0 ), "MirelundCPLD.cpp.*id >= 1 && id <= 32" );
-    EXPECT_DEATH( qsfp( 33 ), "MirelundCPLD.cpp.*id >= 1 && id <= 32" );
-    EXPECT_DEATH( qsfp( 258 ), "id >= 1 && id <= 32" );
-}
-
-TEST_F( MirelundCPLDTest, EachSfpPortWritesTransmitDisableInOneWord ) {
-    start();
-    for ( unsigned id = 1; id <= 48; ++id ) {
-        const Position position = positions[ ( id - 1 ) % 16 ];
-        const auto port = sfp( id );
-        pollNibble( position, 0x0, true );
-        const unsigned before = 0xFFFFu & ~( 0xFu << position.bit );
-        EXPECT_EQ( port->setTxDisable( 7 ), PL_STATUS_OK );
-        EXPECT_EQ( ham_.words[ position.reg ], onTheBus( before | 4u << position.bit ) ) << id;
-        EXPECT_EQ( ham_.takeLog().size(), 3u );
-        int disabled = -1;
-        port->getTxDisable( &disabled );
-        EXPECT_EQ( disabled, 1 );
-        EXPECT_EQ( port->setTxDisable( 0 ), PL_STATUS_OK );
-        EXPECT_EQ( ham_.words[ position.reg ], onTheBus( before ) ) << id;
-        port->getTxDisable( &disabled );
-        EXPECT_EQ( disabled, 0 );
-    }
-}
-
-TEST_F( MirelundCPLDTest, EachQsfpPortWritesResetAndLowPowerModeInOneWordEach ) {
-    start();
-    for ( unsigned id = 1; id <= 32; ++id ) {
-        const Position position = positions[ ( id - 1 ) % 16 ];
-        const auto port = qsfp( id );
-        pollNibble( position, 0xE, false );
-        EXPECT_EQ( port->setReset( 1 ), PL_STATUS_OK );
-        EXPECT_EQ( ham_.words[ position.reg ], onTheBus( 0x6u << position.bit ) ) << id;
-        EXPECT_EQ( port->setLpMode( 1 ), PL_STATUS_OK );
-        EXPECT_EQ( ham_.words[ position.reg ], onTheBus( 0x7u << position.bit ) ) << id;
-        EXPECT_EQ( port->setReset( 0 ), PL_STATUS_OK );
-        EXPECT_EQ( ham_.words[ position.reg ], onTheBus( 0xFu << position.bit ) ) << id;
-        EXPECT_EQ( port->setLpMode( 0 ), PL_STATUS_OK );
-        EXPECT_EQ( ham_.words[ position.reg ], onTheBus( 0xEu << position.bit ) ) << id;
-    }
-}
-
 TEST_F( MirelundCPLDTest, WriteChangesThePolledCopyAndCostsOneWordWrite ) {
     start();
     poll16( 0x1234, 0, 0, 0 );
@@ -327,25 +181,6 @@ TEST_F( MirelundCPLDTest, WriteChangesThePolledCopyAndCostsOneWordWrite ) {
     const auto port = sfp( 1 );
     EXPECT_EQ( port->setTxDisable( 1 ), PL_STATUS_OK );
     EXPECT_EQ( ham_.log, ( Log{ "prepare", "write16 0x01 0x3452", "execute" } ) );
-}
-
-TEST_F( MirelundCPLDTest, FailedWriteReturnsTheHamsStatusAndKeepsTheCache ) {
-    start();
-    poll16( 0x8000, 0, 0, 0 );
-    const auto sfpPort = sfp( 1 );
-    ham_.statuses = { 4 };
-    EXPECT_EQ( sfpPort->setTxDisable( 1 ), PL_STATUS_TRANSPORT );
-    int value = -1;
-    EXPECT_EQ( sfpPort->getTxDisable( &value ), PL_STATUS_OK );
-    EXPECT_EQ( value, 0 );
-    const auto qsfpPort = qsfp( 1 );
-    ham_.statuses = { 6, 6 };
-    EXPECT_EQ( qsfpPort->setReset( 1 ), PL_STATUS_FAILED );
-    EXPECT_EQ( qsfpPort->setLpMode( 1 ), PL_STATUS_FAILED );
-    qsfpPort->getReset( &value );
-    EXPECT_EQ( value, 0 );
-    qsfpPort->getLpMode( &value );
-    EXPECT_EQ( value, 0 );
 }
 
 TEST_F( MirelundCPLDTest, WriteIsReadBackFromTheCacheUntilThePollSaysOtherwise ) {
@@ -381,54 +216,6 @@ TEST_F( MirelundCPLDTest, BeforeTheFirstPollAllBitsAreZero ) {
     EXPECT_EQ( interrupt, 1 );
     EXPECT_EQ( reset, 1 );
     EXPECT_EQ( lowPower, 0 );
-    EXPECT_TRUE( ham_.log.empty() );
-}
-
-TEST_F( MirelundCPLDTest, SfpOperationsTraceTheirNamesAndTheStoredId ) {
-    const auto port = sfp( 17 );
-    host_.traces.clear();
-    int value;
-    port->getPresence();
-    port->getRxLos( &value );
-    port->getTxFault( &value );
-    port->getTxDisable( &value );
-    port->setTxDisable( 1 );
-    EXPECT_EQ( host_.traces, ( Traces{ { 5, "getSfpPresence(): id=16" },
-                                       { 5, "getSfpRxLos(): id=16" },
-                                       { 5, "getSfpTxFault(): id=16" },
-                                       { 5, "getSfpTxDisable(): id=16" },
-                                       { 5, "setSfpTxDisable(): id=16" } } ) );
-}
-
-TEST_F( MirelundCPLDTest, QsfpOperationsTraceTheirNamesAndTheStoredId ) {
-    const auto port = qsfp( 18 );
-    host_.traces.clear();
-    int value;
-    port->getPresence();
-    port->getInterrupt( &value );
-    port->getReset( &value );
-    port->setReset( 1 );
-    port->getLpMode( &value );
-    port->setLpMode( 1 );
-    port->getModSel( &value );
-    port->setModSel( 1 );
-    EXPECT_EQ( host_.traces, ( Traces{ { 5, "getQsfpPresence(): id=1" },
-                                       { 5, "getQsfpInterrupt(): id=1" },
-                                       { 5, "getQsfpReset(): id=1" },
-                                       { 5, "setQsfpReset(): id=1" },
-                                       { 5, "getQsfpLpMode(): id=1" },
-                                       { 5, "setQsfpLpMode(): id=1" },
-                                       { 5, "getQsfpModSel(): id=1" },
-                                       { 5, "setQsfpModSel(): id=1" } } ) );
-}
-
-TEST_F( MirelundCPLDTest, ModuleSelectIsNotWired ) {
-    start();
-    const auto port = qsfp( 1 );
-    int selected = -7;
-    EXPECT_EQ( port->getModSel( &selected ), PL_STATUS_OK );
-    EXPECT_EQ( selected, -7 );
-    EXPECT_EQ( port->setModSel( 1 ), PL_STATUS_OK );
     EXPECT_TRUE( ham_.log.empty() );
 }
 
