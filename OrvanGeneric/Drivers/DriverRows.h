@@ -10,6 +10,7 @@
 
 namespace Drivers::Table {
 
+/** @cond PARTS_OF_ROWS: each argument has a text for people */
 namespace Rows {
 
 using enum ArgType;
@@ -320,6 +321,7 @@ constexpr ServiceRow ipmiServices[] = { { Service::Psu, ipmiPsu }, { Service::Fa
 // clang-format on
 
 } // namespace Rows
+/** @endcond */
 
 // clang-format off
 

@@ -77,12 +77,12 @@ constexpr int maxChoices = 6;
  * holds count.
  */
 struct Argument {
-    const char *name; ///< exactly; of a numbered one without the number
-    const char *text; ///< for people: what it is, in one line
-    ArgType type = ArgType::Integer;
-    int minimum = 0;       ///< least Integer, in `unit`
-    int maximum = 0;       ///< greatest Integer, in `unit`
-    const char *unit = ""; ///< of an Integer: "rpm", "s", "ms"; "" for a mere number
+    const char *name;                ///< exactly; of a numbered one without the number
+    const char *text;                ///< for people: what it is, in one line
+    ArgType type = ArgType::Integer; ///< how its text is read
+    int minimum = 0;                 ///< least Integer, in `unit`
+    int maximum = 0;                 ///< greatest Integer, in `unit`
+    const char *unit = "";           ///< of an Integer: "rpm", "s", "ms"; "" for a mere number
     std::array<const char *, maxChoices> choices{}; ///< as the type says; ends at the first null
     bool required = true;           ///< whether it must be given while the rule holds
     const char *standard = nullptr; ///< the text that an absent one counts as; null: none

@@ -5,6 +5,7 @@
 
 #include <fmt/core.h>
 
+#include "orvan/board/SharedAddresses.h"
 #include "orvan/json/Schema.h"
 
 namespace orvan {
@@ -50,6 +51,9 @@ class Loader {
         board_.peripherals.push_back( std::move( peripheral ) );
     }
 
+    /** Addresses of the devices described so far, by device id. */
+    const std::map<uint32_t, uint32_t> &addresses() const { return addresses_; }
+
   private:
     void labelled( const Value &description, const std::string &where,
                    PeripheralDescription &peripheral ) {
@@ -89,6 +93,7 @@ class Loader {
         parts( description, peripheral );
         peripheral.driver = description[ "driver" ].GetString();
         const uint32_t did = description[ "did" ].GetUint();
+        addresses_.emplace( did, description[ "address" ][ "address" ].GetUint() );
         show( description.HasMember( "uid" )
                   ? board_.topology.component( description[ "uid" ].GetUint() )
                   : board_.topology.device( did ),
@@ -136,6 +141,7 @@ class Loader {
     Problems &problems_;
     DescriptionCheck check_;
     std::map<std::string, std::string> names_;
+    std::map<uint32_t, uint32_t> addresses_;
 };
 
 } // namespace
@@ -172,6 +178,7 @@ void loadBoard( const std::filesystem::path &folder, Board &board, Problems &pro
     for ( SizeType i = 0; i < peripherals.document.Size(); ++i ) {
         loader.peripheral( peripherals.document[ i ], common::pointerTo( "", i ) );
     }
+    warnOfSharedAddresses( board.topologyFile.name, board.topology, loader.addresses(), problems );
 }
 
 } // namespace orvan

@@ -64,6 +64,8 @@ class TopologyIndex {
     const DevicePlace *component( uint32_t uid ) const;
     /** The device labelled @p label; null when there is none, or the label is that of another node. */
     const DevicePlace *deviceLabelled( const std::string &label ) const;
+    /** Every device by its id, in the order of the ids. */
+    const std::map<uint32_t, DevicePlace> &devices() const { return devices_; }
     /** The 7-bit address of @p place, which must be declared inline. */
     static uint32_t addressOf( const DevicePlace &place );
 
