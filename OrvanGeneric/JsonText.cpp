@@ -26,6 +26,7 @@ class DepthLimit {
 
     bool tooDeep() const { return depth_ > maxDepth; }
 
+    // NOLINTBEGIN(readability-identifier-naming): RapidJSON's handlers have these names
     bool Null() { return sink_.Null(); }
     bool Bool( bool value ) { return sink_.Bool( value ); }
     bool Int( int value ) { return sink_.Int( value ); }
@@ -50,6 +51,7 @@ class DepthLimit {
         --depth_;
         return sink_.EndArray( size );
     }
+    // NOLINTEND(readability-identifier-naming)
 
   private:
     CheckedDocument &sink_;

@@ -16,6 +16,7 @@ constexpr unsigned maxDepth = 512;
 /** Memory for the parser's stack and for texts written; RapidJSON's own does not look at failures. */
 class CheckedAllocator {
   public:
+    // NOLINTBEGIN(readability-identifier-naming): RapidJSON asks for these names
     static const bool kNeedFree = true; ///< RapidJSON: what was taken is to be given back
 
     /** @p size bytes, null for none. @throws std::bad_alloc */
@@ -24,6 +25,7 @@ class CheckedAllocator {
     void *Realloc( void *original, size_t originalSize, size_t newSize );
     /** Gives memory back. */
     static void Free( void *memory ) { ::operator delete( memory ); }
+    // NOLINTEND(readability-identifier-naming)
 };
 
 /** A JSON text as a document. */

@@ -96,12 +96,12 @@ MultiSlot::Slot::Slot( MultiSlot *multiSlot, uint8_t index, const DriverArgs &ar
     const int slotId = index_ + 1;
     for ( const auto &[ key, description ] : slotParts ) {
         TRACE( 5, "Adding slot %d subdevice: %s ->%s", slotId, key.c_str(), description.c_str() );
-        pl_slot *subSlot = refused.count( key ) ? nullptr : multiSlot->addSlot( key );
+        pl_slot *subSlot = refused.contains( key ) ? nullptr : multiSlot->addSlot( key );
         if ( subSlot ) {
             subSlots_.push_back( subSlot );
             continue;
         }
-        if ( refused.count( key ) ) {
+        if ( refused.contains( key ) ) {
             multiSlot->slots.push_back( nullptr );
         }
         TRACE( 0, "Failed to add slot %d subdevice with key='%s'", slotId, key.c_str() );

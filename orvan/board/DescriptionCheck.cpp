@@ -113,7 +113,7 @@ void DescriptionCheck::numbered( const Subject &subject, std::span<const Argumen
     }
     for ( int number = 1;; ++number ) {
         const std::string first = fmt::format( "{}{}", rules.front().name, number );
-        const bool more = subject.args.count( first ) != 0;
+        const bool more = subject.args.contains( first );
         for ( const Argument &rule : rules ) {
             const std::string name = fmt::format( "{}{}", rule.name, number );
             const auto it = subject.args.find( name );

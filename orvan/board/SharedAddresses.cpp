@@ -29,6 +29,17 @@ bool behindSiblings( const DevicePlace &one, const DevicePlace &other ) {
     return a != one.muxes.end() && b != other.muxes.end() && a->did != b->did;
 }
 
+/** The first of @p others that is behind a sibling mux; null when none is. */
+const DevicePlace *siblingOf( const DevicePlace &place,
+                              const std::vector<const DevicePlace *> &others ) {
+    for ( const DevicePlace *other : others ) {
+        if ( behindSiblings( place, *other ) ) {
+            return other;
+        }
+    }
+    return nullptr;
+}
+
 } // namespace
 
 void warnOfSharedAddresses( const std::string &file, const TopologyIndex &topology,
@@ -44,17 +55,13 @@ void warnOfSharedAddresses( const std::string &file, const TopologyIndex &topolo
             ( place.inlineDeclared() ? TopologyIndex::addressOf( place ) : known->second ) &
             addressBits;
         auto &there = spots[ { mediumOf( place ), place.accelerator, place.bus, address } ];
-        const auto sibling =
-            std::find_if( there.begin(), there.end(), [ &place ]( const DevicePlace *other ) {
-                return behindSiblings( place, *other );
-            } );
-        if ( sibling != there.end() ) {
+        if ( const DevicePlace *sibling = siblingOf( place, there ) ) {
             problems.warning(
                 file, place.pointer,
                 fmt::format( "the address {:#04x} is also that of device {} behind a sibling mux; "
                              "should one of the two muxes stay open after a failure, both devices "
                              "answer",
-                             address, ( *sibling )->did ) );
+                             address, sibling->did ) );
         }
         there.push_back( &place );
     }

@@ -29,7 +29,7 @@ class OwnedOperation {
 
 class LinuxBus : public Bus {
   public:
-    LinuxBus( LinuxBusParts parts, Scheduler &scheduler, Log &log )
+    LinuxBus( LinuxBusParts &&parts, Scheduler &scheduler, Log &log )
         : Bus( std::move( parts.name ), parts.key ), adapter_( std::move( parts.adapter ) ),
           access_( std::move( parts.access ) ), patience_( parts.patience ),
           scheduler_( scheduler ), log_( log ) {}

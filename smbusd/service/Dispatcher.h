@@ -77,7 +77,7 @@ class Dispatcher {
     void startIfFirst( const Pointer &job );
     void run( const Pointer &job );
     Bus *prepare( Job &job );
-    void completed( const Pointer &job, Bus &bus, Result result );
+    void completed( const Pointer &pointer, Bus &bus, Result result );
     void succeeded( Job &job, const Bus &bus, Result result );
     void failed( Job &job, Bus &bus, const Result &result );
     void refuse( Job &job, std::string_view where, std::string_view why );

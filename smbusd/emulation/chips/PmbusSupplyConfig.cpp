@@ -12,7 +12,7 @@ namespace {
 constexpr double fullDuty = 100;
 
 std::string readName( const JsonView &json ) {
-    const std::string text = json.text();
+    std::string text = json.text();
     if ( text.empty() || text.size() > maxSmbusBlock ) {
         json.fail( fmt::format( "a text of 1 to {} characters", maxSmbusBlock ) );
     }

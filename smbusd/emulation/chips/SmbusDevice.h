@@ -66,7 +66,7 @@ class SmbusDevice : public Chip {
     virtual void refused( SmbusMisuse misuse ) { ( void )misuse; }
 
   private:
-    bool reject( SmbusMisuse misuse, const std::string &why );
+    bool reject( SmbusMisuse kind, const std::string &why );
     bool takeCommand( uint8_t byte );
     bool takeData( uint8_t byte );
     size_t expectedData() const;
