@@ -1,5 +1,6 @@
 #include "tests/orvan/fakes/FakeLibrary.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -220,7 +221,7 @@ pl_smbus_ops smbusOps = {
         return noted( "write_word " + hex( command ) + " " + hex( value ) );
     },
     []( pl_smbus *, Byte command, Byte *data, unsigned *length ) {
-        std::memcpy( data, state.block.data(), state.block.size() );
+        std::copy( state.block.begin(), state.block.end(), data );
         *length = state.blockLength.value_or( static_cast<unsigned>( state.block.size() ) );
         return noted( "block_read " + hex( command ) );
     },
