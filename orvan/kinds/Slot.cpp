@@ -74,7 +74,7 @@ void readBack( const std::string &fdl, const Arguments &args, std::vector<Argume
 
 /** One of the field data; none when templates disagree on it. */
 Value field( Readout &readout, const char *name ) {
-    const Value value = fdl( readout );
+    Value value = fdl( readout );
     const auto *text = std::get_if<std::string>( &value.data );
     if ( !text ) {
         return value;
