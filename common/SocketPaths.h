@@ -1,6 +1,6 @@
 /**
  * @file
- * Where the SMBus service, its control tool and whoever starts them find the sockets unless told.
+ * Where the sockets of the SMBus service are unless a program is told otherwise.
  *
  * The platform's client, which a site may replace, knows the first two by itself.
  */

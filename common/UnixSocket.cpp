@@ -29,7 +29,7 @@ Descriptor newSocket() {
     return made;
 }
 
-/** Bounds what the socket's calls wait for; zero: they wait for ever. */
+/** Bounds what the socket's calls wait for; zero: there is no bound. */
 void setSendTimeout( const Descriptor &socket, microseconds limit ) {
     constexpr auto perSecond = microseconds( std::chrono::seconds( 1 ) ).count();
     timeval time{};

@@ -1,6 +1,6 @@
 /**
  * @file
- * What is wrong with a board's files, collected so that all of it is reported at once.
+ * What is wrong with a board's files, collected so that all of it is reported together.
  */
 #pragma once
 

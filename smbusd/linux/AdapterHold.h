@@ -64,7 +64,7 @@ class AdapterHold {
 
     /** Opens it. @return null when it cannot be opened; why() says the reason. */
     std::unique_ptr<OpenAdapter> open();
-    /** Why open() has brought nothing, for whoever asked for the operation. */
+    /** Why open() has brought nothing: the reason that the operation fails with. */
     const std::string &why() const { return why_; }
 
     /** The adapter of the last opening, for messages: /dev/i2c-1 ("SMBus I801 adapter at 0700"). */

@@ -51,7 +51,7 @@ void BlockingWorker::run( const std::shared_ptr<State> &state ) {
         const std::function<void()> deliver = task();
         task = nullptr;
         lock.lock();
-        // Under the lock: whoever ends the worker may then take away what this reaches.
+        // Under the lock: the thread that ends the worker may then free what this reaches.
         if ( !state->left ) {
             deliver();
         }

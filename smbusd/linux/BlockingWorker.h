@@ -8,7 +8,7 @@ namespace smbusd {
 
 /**
  * A thread for calls that block, one after another. Its end waits for the call that is under way,
- * but not for ever: a hung adapter keeps its thread, not the service.
+ * but within a bound: a hung adapter keeps its thread, not the service.
  *
  * A task has two halves: what blocks, which must own whatever it uses, as it may outlive
  * everything else; and what is done with the outcome, which is left out once the worker has ended.

@@ -19,7 +19,7 @@ inline constexpr std::chrono::milliseconds adapterPatience{ 2000 };
 struct LinuxBusParts {
     std::string name;                                     ///< what the configuration calls it
     BusKey key;                                           ///< what requests call it
-    std::string adapter;                                  ///< in words, for whoever lists the buses
+    std::string adapter;                                  ///< in words, for lists of the buses
     std::unique_ptr<AdapterAccess> access;                ///< carries the operations out
     std::chrono::milliseconds patience = adapterPatience; ///< at its end, with what is under way
 };

@@ -21,7 +21,7 @@ struct Transaction {
     };
 
     uint64_t id = 0;                           ///< given by the dispatcher, counting up from 1
-    unsigned client = 0;                       ///< the connection's number, for whoever follows
+    unsigned client = 0;                       ///< the connection's number, as followers see it
     Smbus::TransactionRequest request;         ///< stays as it is until the end
     Smbus::TransactionResponse response;       ///< grows with each request that is done
     End end = End::Reply;                      ///< meant once done was called
